@@ -1,0 +1,86 @@
+// Critical sections, interlocked operations and thread ids.
+#pragma once
+
+#include "platform/WinTypes.h"
+
+#include <pthread.h>
+#include <sys/single_threaded.h>
+
+// As long as the process has one thread no bus-locked instruction is needed; the C library says so, and clears the
+// flag before the second thread can run.
+inline bool PlatformSingleThreaded() { return __libc_single_threaded != 0; }
+
+// Interlocked operations: full barriers, as on Windows.
+inline LONG InterlockedIncrement(LONG volatile* p)
+{
+    if (PlatformSingleThreaded()) {
+        const LONG l = __atomic_load_n(p, __ATOMIC_RELAXED) + 1;
+        __atomic_store_n(p, l, __ATOMIC_RELAXED);
+        return l;
+    }
+    return __atomic_add_fetch(p, 1, __ATOMIC_SEQ_CST);
+}
+
+inline LONG InterlockedDecrement(LONG volatile* p)
+{
+    if (PlatformSingleThreaded()) {
+        const LONG l = __atomic_load_n(p, __ATOMIC_RELAXED) - 1;
+        __atomic_store_n(p, l, __ATOMIC_RELAXED);
+        return l;
+    }
+    return __atomic_sub_fetch(p, 1, __ATOMIC_SEQ_CST);
+}
+
+inline LONG64 InterlockedExchangeAdd64(LONG64 volatile* p, LONG64 ll)
+{
+    if (PlatformSingleThreaded()) {
+        const LONG64 was = __atomic_load_n(p, __ATOMIC_RELAXED);
+        __atomic_store_n(p, was + ll, __ATOMIC_RELAXED);
+        return was;
+    }
+    return __atomic_fetch_add(p, ll, __ATOMIC_SEQ_CST);
+}
+
+DWORD GetCurrentThreadId();
+
+// A recursive lock in 16 bytes. State: 0 free, 1 held, 2 held with sleepers in the kernel. Owner is written by the
+// holder alone, so a thread that reads itself there holds the lock.
+struct CRITICAL_SECTION
+{
+    LONG State;
+    LONG RecursionCount;
+    pthread_t OwningThread;
+};
+
+void InitializeCriticalSection(CRITICAL_SECTION* p);
+void DeleteCriticalSection(CRITICAL_SECTION* p);
+
+void PlatformEnterContended(CRITICAL_SECTION* p);
+void PlatformWakeOne(CRITICAL_SECTION* p);
+
+inline void EnterCriticalSection(CRITICAL_SECTION* p)
+{
+    const pthread_t self = pthread_self();
+    if (__atomic_load_n(&p->OwningThread, __ATOMIC_RELAXED) == self) {
+        ++p->RecursionCount;
+        return;
+    }
+    LONG expected = 0;
+    if (PlatformSingleThreaded())
+        __atomic_store_n(&p->State, 1, __ATOMIC_RELAXED);
+    else if (!__atomic_compare_exchange_n(&p->State, &expected, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+        PlatformEnterContended(p);
+    __atomic_store_n(&p->OwningThread, self, __ATOMIC_RELAXED);
+    p->RecursionCount = 1;
+}
+
+inline void LeaveCriticalSection(CRITICAL_SECTION* p)
+{
+    if (--p->RecursionCount != 0)
+        return;
+    __atomic_store_n(&p->OwningThread, pthread_t{}, __ATOMIC_RELAXED);
+    if (PlatformSingleThreaded())
+        __atomic_store_n(&p->State, 0, __ATOMIC_RELAXED);
+    else if (__atomic_exchange_n(&p->State, 0, __ATOMIC_RELEASE) == 2)
+        PlatformWakeOne(p);
+}

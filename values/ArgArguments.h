@@ -1,0 +1,35 @@
+// ArgArguments: a value that holds a counted reference to a container instead of being one. It exists on the way in
+// from a stream; an Arguments that is stored as an entry needs no such wrapper.
+#pragma once
+
+#include "values/Arg.h"
+
+class ArgArguments : public Arg
+{
+public:
+    static ArgArguments* Create();  // count 1, the caller's; holds nothing
+
+    ArgArguments();
+    ~ArgArguments() override;
+    Arg* Clone() override;  // the container is carried over, cloned
+
+    bool GetValueArray(Arguments** ppArgs) override;
+    Arguments* GetValueArray() override;
+
+    int GetType() override;  // ARG_ARGUMENT
+    int GetClassID() override;
+
+    // Both records: a flag of one byte, 0x01 when a container follows in its frame. Any other flag on reading is no
+    // container. A frame that holds another class is a failure.
+    int Pack(Serialize& s) override;
+    int Unpack(Serialize& s) override;
+    int Pack2(Serialize& s) override;
+    int Unpack2(Serialize& s) override;
+
+    // The container with a reference for the caller, or null.
+    Arguments* GetArguments();
+
+private:
+    Arguments* m_pArgs;  // one reference, or null
+    int m_argType;       // ARG_ARGUMENT
+};
