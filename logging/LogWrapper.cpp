@@ -101,16 +101,28 @@ int LogWrapper::AddRef()
     return m_nRefCount.Sum();
 }
 
-int LogWrapper::Release()
+bool LogWrapper::GiveBackReference()
 {
     if (IsTraceEnabled(TRACE_REFS)) {
         const int n = m_nRefCount.Sum();
         Trace(TRACE_REFS, "LogWrapper::Release() %d -> %d", n, n - 1);
     }
-    if (m_bForGood.load(std::memory_order_relaxed)) {
-        m_nRefCount.Add(-1);
+    if (!m_bForGood.load(std::memory_order_relaxed))
+        return false;
+    m_nRefCount.Add(-1);
+    return true;
+}
+
+int LogWrapper::Release()
+{
+    if (GiveBackReference())
         return m_nRefCount.Sum();
-    }
+    return ReleaseLast();
+}
+
+// A reference that may be the last: the lock keeps Instance away until that is known.
+int LogWrapper::ReleaseLast()
+{
     ScopedLock lock(&StaticLock());
     m_nRefCount.Add(-1);
     const int n = m_nRefCount.Sum();

@@ -47,9 +47,16 @@ public:
     virtual unsigned int GetTraceMask();
     virtual bool IsTraceEnabled(unsigned int mask)
     {
-        return Passes(mask, m_nTraceMask) || Passes(mask, m_nConsoleTraceMask);
+        const unsigned int nTrace = m_nTraceMask.load(std::memory_order_relaxed);
+        const unsigned int nConsole = m_nConsoleTraceMask.load(std::memory_order_relaxed);
+        if (((nTrace | nConsole) & mask) != mask)
+            return false;
+        return (nTrace & mask) == mask || (nConsole & mask) == mask;
     }
-    virtual bool IsConsoleTraceEnabled(unsigned int mask) { return Passes(mask, m_nConsoleTraceMask); }
+    virtual bool IsConsoleTraceEnabled(unsigned int mask)
+    {
+        return (m_nConsoleTraceMask.load(std::memory_order_relaxed) & mask) == mask;
+    }
 
     // Both return the new count. The last reference given back deletes the object.
     virtual int AddRef();
@@ -60,11 +67,10 @@ private:
     explicit LogWrapper(const std::string& sRegistryPath);
 
     static LogWrapper* Construct(const std::string& sRegistryPath);
-    static bool Passes(unsigned int mask, const std::atomic<unsigned int>& held)
-    {
-        return (held.load(std::memory_order_relaxed) & mask) == mask;
-    }
+    friend class Logger;  // takes and gives back without asking for the count
     void TakeReference();
+    bool GiveBackReference();  // false where the reference may be the last and ReleaseLast must see to it
+    int ReleaseLast();
 
     std::atomic<unsigned int> m_nTraceMask;
     std::atomic<unsigned int> m_nConsoleTraceMask;

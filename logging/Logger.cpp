@@ -6,7 +6,11 @@ Logger::Logger() : m_pLogWrapper(LogWrapper::Instance())
         throw "Cannot create Logger object without registry path. Use LogWrapper::Instance(std::string& sRegistryPath) the first time Instance is called. ";
 }
 
-Logger::~Logger() { m_pLogWrapper->Release(); }
+Logger::~Logger()
+{
+    if (!m_pLogWrapper->GiveBackReference())
+        m_pLogWrapper->ReleaseLast();
+}
 
 int Logger::Trace(unsigned int mask, const char* fmt, ...)
 {
