@@ -292,7 +292,8 @@ private:
     EntryTable::Entry* EntryAt(int iIndex);
 
     bool CopyEntry(int iIndex, std::string* pKey, ArgHolder* pArg);
-    static std::string FormatByType(const std::string& key, int type, Arg* pArg);
+    static void AppendArg(std::string* pText, const std::string& key, Arg* pArg);
+    static void AppendByType(std::string* pText, const std::string& key, int type, Arg* pArg);
     int PackEntry(Serialize& s, ArgPackager& packager, int iIndex);
     int PackKeyword2(Serialize& s, int id, int iIndex, bool bSteps);
     int PackKey2(Serialize& s, const char* key, int iIndex, bool bSteps);

@@ -63,10 +63,12 @@ std::string Arguments::DumpArgs()
     for (int i = 1; i <= n; ++i) {
         if (!CopyEntry(i, &key, &pArg))
             continue;
+        const std::size_t before = text.size();
         try {
-            text += FormatArg(key, pArg.get());
+            AppendArg(&text, key, pArg.get());
         } catch (...) {
-            text += key + ":does not exist";
+            text.resize(before);
+            text.append(key).append(":does not exist");
         }
         if (i < n)
             text += ' ';
@@ -86,40 +88,51 @@ std::string Arguments::FormatArg(std::string key)
 
 std::string Arguments::FormatArg(std::string key, Arg* pArg)
 {
-    const int type = pArg->GetType();
-    TokenString text;
-    switch (key.empty() ? NO_KEYWORD : KeywordId(key)) {
-    case Keyword::AgentState: return text.Format("%s:%s", key.c_str(), AgentStateName(pArg->GetValueUShort()));
-    case Keyword::EnablementMask:
-    case Keyword::SupervisorBtnEnablementMask: return text.Format("%s:0x%x", key.c_str(), pArg->GetValueUInt());
-    case Keyword::MessageID:
-    case Keyword::MessageType: return text.Format("%s:%s", key.c_str(), MessageName(pArg->GetValueInt()));
-    case Keyword::CallStatus:
-        if (type == ARG_ARGUMENT)
-            return text.Format("%s:%s", key.c_str(), ConnectionStateName(pArg->GetValueUShort()));
-        break;
-    default: break;
-    }
-    return FormatByType(key, type, pArg);
+    std::string text;
+    AppendArg(&text, key, pArg);
+    return text;
 }
 
-std::string Arguments::FormatByType(const std::string& key, int type, Arg* pArg)
+void Arguments::AppendArg(std::string* pText, const std::string& key, Arg* pArg)
+{
+    const int type = pArg->GetType();
+    TokenString text;
+    switch (KeywordId(key)) {
+    case Keyword::AgentState: text.Format("%s:%s", key.c_str(), AgentStateName(pArg->GetValueUShort())); break;
+    case Keyword::EnablementMask:
+    case Keyword::SupervisorBtnEnablementMask: text.Format("%s:0x%x", key.c_str(), pArg->GetValueUInt()); break;
+    case Keyword::MessageID:
+    case Keyword::MessageType: text.Format("%s:%s", key.c_str(), MessageName(pArg->GetValueInt())); break;
+    case Keyword::CallStatus:
+        if (type == ARG_ARGUMENT) {
+            text.Format("%s:%s", key.c_str(), ConnectionStateName(pArg->GetValueUShort()));
+            break;
+        }
+        [[fallthrough]];
+    default: AppendByType(pText, key, type, pArg); return;
+    }
+    *pText += text;
+}
+
+void Arguments::AppendByType(std::string* pText, const std::string& key, int type, Arg* pArg)
 {
     if (type == ARG_ARGARRAY || type == ARG_ARGUMENT) {
         try {
             const ArgumentsHolder pArgs(pArg->GetValueArray());
-            return key + ':' + pArgs->DumpArgs();
+            const std::string inner = pArgs->DumpArgs();
+            pText->append(key).append(1, ':').append(inner);
         } catch (...) {
-            return type == ARG_ARGARRAY ? "Error getting embedded Arguments array values"
-                                        : "Error getting embedded ArgArguments array values";
+            *pText += type == ARG_ARGARRAY ? "Error getting embedded Arguments array values"
+                                           : "Error getting embedded ArgArguments array values";
         }
+        return;
     }
     std::string value;
     if (!pArg->GetValueString(&value))
-        return std::string();
+        return;
     if (type < ARG_INT || (type > ARG_STRING && type != ARG_REFERENCE))
         value = "Unknown Type";
     else if (value.empty())
         value = "(null)";
-    return key + ':' + value;
+    pText->append(key).append(1, ':').append(value);
 }
