@@ -1,5 +1,5 @@
-// The dump, one line for people, and the deep copy. Both walk the container by position and lock for each entry
-// alone, so a change by another thread meanwhile gives a mix of the two states.
+// The dump, one line for people, and the deep copy. Both walk the container by position and lock for each
+// entry alone, so a change by another thread meanwhile gives a mix of the two states.
 #include "arguments/Arguments.h"
 #include "arguments/TokenString.h"
 #include "failures/OrvexException.h"
@@ -7,8 +7,8 @@
 #include "values/ArgArguments.h"
 #include "values/Nesting.h"
 
-// One entry's key and value under one hold of the lock. False when the position is gone, and an empty key text for
-// an id without a name.
+// One entry's key and value under one hold of the lock. False when the position is gone, and an empty key
+// text for an id without a name.
 bool Arguments::CopyEntry(int iIndex, std::string* pKey, ArgHolder* ppArg)
 {
     ScopedLock lock(&m_lock);
@@ -26,7 +26,9 @@ Arg* Arguments::Clone()
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::Clone()", this);
     NestingLevel level;
     if (level.TooDeep())
-        throw COrvexException("Arguments::Clone, nested deeper than " + std::to_string(NestingLevel::MOST) + " levels.", -1, -1);
+        throw COrvexException("Arguments::Clone, nested deeper than " + std::to_string(NestingLevel::MOST) +
+                                  " levels.",
+                              -1, -1);
     ArgumentsHolder clone(CreateInstance());
     std::string key;
     ArgHolder pArg;
@@ -35,8 +37,8 @@ Arg* Arguments::Clone()
             throw OutOfRange("GetElementKey", i);
         const ArgHolder copy(pArg->Clone());
         clone->AddItem(key, copy.get());
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Cloned Arg for key [%s] from [%p] to [%p].", this, key.c_str(),
-                    static_cast<void*>(pArg.get()), static_cast<void*>(copy.get()));
+        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Cloned Arg for key [%s] from [%p] to [%p].", this,
+                    key.c_str(), static_cast<void*>(pArg.get()), static_cast<void*>(copy.get()));
     }
     return clone.release();
 }
@@ -98,9 +100,13 @@ void Arguments::AppendArg(std::string* pText, const std::string& key, Arg* pArg)
     const int type = pArg->GetType();
     TokenString text;
     switch (KeywordId(key)) {
-    case Keyword::AgentState: text.Format("%s:%s", key.c_str(), AgentStateName(pArg->GetValueUShort())); break;
+    case Keyword::AgentState:
+        text.Format("%s:%s", key.c_str(), AgentStateName(pArg->GetValueUShort()));
+        break;
     case Keyword::EnablementMask:
-    case Keyword::SupervisorBtnEnablementMask: text.Format("%s:0x%x", key.c_str(), pArg->GetValueUInt()); break;
+    case Keyword::SupervisorBtnEnablementMask:
+        text.Format("%s:0x%x", key.c_str(), pArg->GetValueUInt());
+        break;
     case Keyword::MessageID:
     case Keyword::MessageType: text.Format("%s:%s", key.c_str(), MessageName(pArg->GetValueInt())); break;
     case Keyword::CallStatus:

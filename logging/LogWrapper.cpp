@@ -6,8 +6,8 @@ namespace {
 
 const char DEFAULT_REGISTRY_PATH[] = "HKLM\\Software\\Zelko Systems\\Orvex\\Logging";
 
-// Guards the making and the deletion of the logger. Made on first use, so that static objects of clients can log,
-// and never destroyed, so that they still can at the end of the process.
+// Guards the making and the deletion of the logger. Made on first use, so that static objects of clients can
+// log, and never destroyed, so that they still can at the end of the process.
 CritSecLock& StaticLock()
 {
     static CritSecLock* pLock = new CritSecLock;
@@ -43,7 +43,8 @@ LogWrapper* LogWrapper::Instance(std::string& sRegistryPath)
     return p;
 }
 
-// Once a reference has been taken for good nothing deletes the object, and the static lock has nothing to guard.
+// Once a reference has been taken for good nothing deletes the object, and the static lock has nothing to
+// guard.
 LogWrapper* LogWrapper::Instance()
 {
     LogWrapper* p = s_pInstance.load(std::memory_order_acquire);

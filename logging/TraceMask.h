@@ -21,8 +21,8 @@ constexpr unsigned int TRACE_THREAD_ID = 0x40000000;
 #define ORVEX_UNLIKELY(b) (b)
 #endif
 
-// The call that the classes make. The mask is tested in front, so a line that does not pass costs two loads and
-// evaluates none of its arguments.
-#define ORVEX_TRACE(logger, mask, ...)                                                                                 \
-    (ORVEX_UNLIKELY((logger)->IsTraceEnabled(mask)) ? static_cast<void>((logger)->Trace(mask, __VA_ARGS__))           \
+// The call that the classes make. The mask is tested in front, so a line that does not pass costs two loads
+// and evaluates none of its arguments.
+#define ORVEX_TRACE(logger, mask, ...)                                                                       \
+    (ORVEX_UNLIKELY((logger)->IsTraceEnabled(mask)) ? static_cast<void>((logger)->Trace(mask, __VA_ARGS__))  \
                                                     : static_cast<void>(0))

@@ -1,5 +1,5 @@
-// From a line's text to the outputs. A text above LINE_CHARACTERS is wrapped into pieces that travel as one; nothing
-// that goes wrong on the way reaches the caller.
+// From a line's text to the outputs. A text above LINE_CHARACTERS is wrapped into pieces that travel as one;
+// nothing that goes wrong on the way reaches the caller.
 #include "failures/OrvexException.h"
 #include "logging/LogWrapper.h"
 
@@ -14,8 +14,8 @@ constexpr int PIECE_BYTES = 78;
 
 bool IsContinuationByte(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
-// Where the piece at the start of the text ends: at the blank nearest to its full size, else at the full size,
-// drawn back to the start of a UTF-8 character that would be cut.
+// Where the piece at the start of the text ends: at the blank nearest to its full size, else at the full
+// size, drawn back to the start of a UTF-8 character that would be cut.
 int PieceLength(const char* text, int remaining)
 {
     if (remaining <= PIECE_BYTES)
@@ -137,9 +137,10 @@ int LogWrapper::Trace(unsigned int mask, char* text)
                     ", continuing...");
     } catch (const CSystemException& e) {
         char szReport[400];
-        snprintf(szReport, sizeof szReport,
-                 "CRITICAL: LogWrapper::Trace(TCHAR*) Caught system exception, Code: %i(0x%x), %s, continuing...",
-                 e.GetCode(), static_cast<unsigned int>(e.GetCode()), e.GetText());
+        snprintf(
+            szReport, sizeof szReport,
+            "CRITICAL: LogWrapper::Trace(TCHAR*) Caught system exception, Code: %i(0x%x), %s, continuing...",
+            e.GetCode(), static_cast<unsigned int>(e.GetCode()), e.GetText());
         WriteScreen(szReport, strlen(szReport));
     } catch (...) {
         WriteScreen("LogWrapper::Trace(TCHAR*), Exception thrown.\n");

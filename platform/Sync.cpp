@@ -37,7 +37,4 @@ void PlatformEnterContended(CRITICAL_SECTION* p)
         Futex(&p->State, FUTEX_WAIT, 2);
 }
 
-void PlatformWakeOne(CRITICAL_SECTION* p)
-{
-    Futex(&p->State, FUTEX_WAKE, 1);
-}
+void PlatformWakeOne(CRITICAL_SECTION* p) { Futex(&p->State, FUTEX_WAKE, 1); }

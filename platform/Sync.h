@@ -6,8 +6,8 @@
 #include <pthread.h>
 #include <sys/single_threaded.h>
 
-// As long as the process has one thread no bus-locked instruction is needed; the C library says so, and clears the
-// flag before the second thread can run.
+// As long as the process has one thread no bus-locked instruction is needed; the C library says so, and
+// clears the flag before the second thread can run.
 inline bool PlatformSingleThreaded() { return __libc_single_threaded != 0; }
 
 // Interlocked operations: full barriers, as on Windows.
@@ -52,7 +52,8 @@ inline DWORD GetCurrentThreadId()
     return t_dwId;
 }
 
-// What tells the calling thread from every other that lives: pthread_self() without the call where there is a way.
+// What tells the calling thread from every other that lives: pthread_self() without the call where there is a
+// way.
 inline pthread_t PlatformSelf()
 {
 #ifdef __x86_64__
@@ -62,8 +63,8 @@ inline pthread_t PlatformSelf()
 #endif
 }
 
-// A recursive lock in 16 bytes. State: 0 free, 1 held, 2 held with sleepers in the kernel. Owner is written by the
-// holder alone, so a thread that reads itself there holds the lock.
+// A recursive lock in 16 bytes. State: 0 free, 1 held, 2 held with sleepers in the kernel. Owner is written
+// by the holder alone, so a thread that reads itself there holds the lock.
 struct CRITICAL_SECTION
 {
     LONG State;

@@ -8,7 +8,8 @@
 
 int _stricmp(const char* a, const char* b);
 
-// -1 when the text was cut. Unlike the real call it ends a cut text with a zero in the last of the count bytes.
+// -1 when the text was cut. Unlike the real call it ends a cut text with a zero in the last of the count
+// bytes.
 int _vsnprintf(char* buffer, std::size_t count, const char* format, va_list args)
     __attribute__((format(printf, 3, 0)));
 

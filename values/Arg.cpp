@@ -101,14 +101,16 @@ bool Arg::GetValueInt(int* piVal)
 
 bool Arg::GetValueUInt(unsigned int* puiVal)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUInt( puiVal(%p) )", this, Type(), puiVal);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUInt( puiVal(%p) )", this, Type(),
+                puiVal);
     ScopedLock lock(&m_lock);
     return puiVal != nullptr && ReadNumber(puiVal);
 }
 
 bool Arg::GetValueUShort(unsigned short* pusVal)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUShort( pusVal(%p) )", this, Type(), pusVal);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUShort( pusVal(%p) )", this, Type(),
+                pusVal);
     ScopedLock lock(&m_lock);
     unsigned int ui;
     if (pusVal == nullptr || !ReadNumber(&ui))
@@ -225,8 +227,8 @@ int Arg::GetType()
 
 int Arg::GetClassID() { return CLASS_ID_ARG; }
 
-// The source is read before this object's lock is taken, so that two values set from each other at once cannot wait
-// for one another.
+// The source is read before this object's lock is taken, so that two values set from each other at once
+// cannot wait for one another.
 bool Arg::SetValue(Arg& rArg)
 {
     if (&rArg == this)

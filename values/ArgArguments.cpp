@@ -79,12 +79,16 @@ int ArgArguments::PackArray(Serialize& s, const char* operation, int (ArgPackage
     ScopedLock lock(&m_lock);
     const unsigned char flag = m_pArgs != nullptr ? ARRAY_FOLLOWS : NO_ARRAY;
     if (s.WriteBytes(&flag, 1) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to write array flag 0x%02x to serial object", this, Array(), operation, flag);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "ArgArguments(%p, m_pArgs(%p))::%s, Failed to write array flag 0x%02x to serial object",
+                    this, Array(), operation, flag);
         return -1;
     }
     ArgPackager packager;
     if (m_pArgs != nullptr && (packager.*pack)(s, m_pArgs) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to pack Arguments array", this, Array(), operation);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "ArgArguments(%p, m_pArgs(%p))::%s, Failed to pack Arguments array", this, Array(),
+                    operation);
         return -1;
     }
     return 1;
@@ -105,10 +109,14 @@ int ArgArguments::Unpack2(Serialize& s)
 int ArgArguments::UnpackArray(Serialize& s, const char* operation, Arg* (ArgPackager::*unpack)(Serialize&))
 {
     ScopedLock lock(&m_lock);
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "ArgArguments(%p, m_pArgs(%p))::%s, Unpacking Arguments array", this, Array(), operation);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "ArgArguments(%p, m_pArgs(%p))::%s, Unpacking Arguments array", this,
+                Array(), operation);
     unsigned char flag = NO_ARRAY;
     if (s.ReadBytes(&flag, 1) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to read ArgArguments pointer initialized flag.", this, Array(), operation);
+        ORVEX_TRACE(
+            m_pLogger, TRACE_STEP_FAILED,
+            "ArgArguments(%p, m_pArgs(%p))::%s, Failed to read ArgArguments pointer initialized flag.", this,
+            Array(), operation);
         return -1;
     }
     Hold(nullptr);
@@ -117,7 +125,9 @@ int ArgArguments::UnpackArray(Serialize& s, const char* operation, Arg* (ArgPack
     ArgPackager packager;
     ArgHolder pArg((packager.*unpack)(s));
     if (pArg == nullptr || pArg->GetClassID() != CLASS_ID_ARGUMENTS) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to unpack arguments array", this, Array(), operation);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "ArgArguments(%p, m_pArgs(%p))::%s, Failed to unpack arguments array", this, Array(),
+                    operation);
         return -1;
     }
     Hold(static_cast<Arguments*>(pArg.release()));
