@@ -196,7 +196,7 @@ void Arguments::StoreOwned(const Key& key, ArgHolder pArg)
         pArg.reset(std::exchange(pEntry->pArg, pArg.release()));
     } else {
         m_entries.Add(key, pArg.get());
-        pArg.release();
+        static_cast<void>(pArg.release());  // the entry's now
     }
 }
 

@@ -55,6 +55,7 @@ public:
     using Arg::GetValueUShort;
     using Arg::SetValue;
 
+    // The one overload that parses: a literal, and a string that is not const, are stored as on any value.
     // Adds the entries of a text such as Name=x;Size=12;List=1,2,3. True if the whole text was read; false at
     // the first thing that cannot be, with the entries before it added. Clears nothing.
     bool SetValue(const std::string& text) override;

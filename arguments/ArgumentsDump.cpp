@@ -56,7 +56,8 @@ const std::string& Arguments::DumpArg()
 std::string Arguments::DumpArgs()
 {
     NestingLevel level;
-    if (level.TooDeep())
+    // Once too deep, nothing more is opened: a container that holds itself twice would double at every level.
+    if (level.TooDeep() || NestingLevel::WasExceeded())
         return "(...)";
     const int n = NumElements();
     std::string text = "(";

@@ -97,7 +97,7 @@ int LogWrapper::TraceMultiline(unsigned int mask, const char* text, int length)
 {
     try {
         std::string sOutput;
-        sOutput.reserve(static_cast<size_t>(length + length / PIECE_BYTES + 10));
+        sOutput.reserve(static_cast<size_t>(length) * 2);
         for (const char* cursor = text; length > 0;) {
             if (cursor != text)
                 sOutput += '\t';

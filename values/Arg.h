@@ -28,8 +28,6 @@ public:
 
     Arg();
     ~Arg() override;
-    long AddRef() override { return RefCounted::AddRef(); }
-    long Release() override { return RefCounted::Release(); }
 
     // A copy with a count of 1, a lock of its own and nothing shared. A container throws COrvexException when
     // it is nested deeper than 100 levels.

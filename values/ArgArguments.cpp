@@ -10,6 +10,23 @@ namespace {
 constexpr unsigned char NO_ARRAY = 0x00;
 constexpr unsigned char ARRAY_FOLLOWS = 0x01;
 
+// How deep the calling thread reads flags. One behind the other with no container between them is a failure
+// that shows only at the last of them, so a stream of nothing else has to end before the stack does.
+class FlagDepth
+{
+public:
+    FlagDepth() { ++t_nDepth; }
+    ~FlagDepth() { --t_nDepth; }
+    FlagDepth(const FlagDepth&) = delete;
+    FlagDepth& operator=(const FlagDepth&) = delete;
+
+    bool TooDeep() const { return t_nDepth > NestingLevel::MOST + 1; }
+
+private:
+    static thread_local int t_nDepth;
+};
+thread_local int FlagDepth::t_nDepth = 0;
+
 }  // namespace
 
 ArgArguments* ArgArguments::Create() { return new ArgArguments; }
@@ -122,8 +139,9 @@ int ArgArguments::UnpackArray(Serialize& s, const char* operation, Arg* (ArgPack
     Hold(nullptr);
     if (flag != ARRAY_FOLLOWS)
         return 1;
+    const FlagDepth depth;
     ArgPackager packager;
-    ArgHolder pArg((packager.*unpack)(s));
+    ArgHolder pArg(depth.TooDeep() ? nullptr : (packager.*unpack)(s));
     if (pArg == nullptr || pArg->GetClassID() != CLASS_ID_ARGUMENTS) {
         ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
                     "ArgArguments(%p, m_pArgs(%p))::%s, Failed to unpack arguments array", this, Array(),

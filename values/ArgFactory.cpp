@@ -26,9 +26,10 @@ UserFactories& Factories()
 
 Arg* NewUserArg(int classId)
 {
-    ScopedLock lock(&Factories().lock);
-    for (UserArgFactory* pFactory : Factories().list)
-        if (Arg* pArg = pFactory->NewArg(classId))
+    UserFactories& factories = Factories();
+    ScopedLock lock(&factories.lock);
+    for (std::size_t i = 0; i < factories.list.size(); ++i)  // a factory may add others while it is asked
+        if (Arg* pArg = factories.list[i]->NewArg(classId))
             return pArg;
     return nullptr;
 }
