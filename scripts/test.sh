@@ -27,8 +27,9 @@ step() {
 }
 
 summary() {
-    sed -n -e 's/^SUMMARY: /: /p' -e 's/^100% tests passed, 0 tests failed out of \(.*\)/: \1 tests/p' \
-        -e 's/^stat::number_of_executed_units: */: inputs run: /p' "$1" | tail -n 1
+    sed -n -e 's/^SUMMARY: //p' -e 's/^\[  PASSED  \] /passed: /p' \
+        -e 's/^100% tests passed, 0 tests failed out of \(.*\)/test programs passed: \1/p' "$1" |
+        paste -s -d ';' | sed -e 's/;/; /g' -e 's/^/: /'
 }
 
 build() {
@@ -61,19 +62,27 @@ test_asan() {
 test_tsan() {
     local fixed=()
     if setarch "$(uname -m)" -R true 2>/dev/null; then fixed=(setarch "$(uname -m)" -R); fi
-    cmake --preset tsan
-    "${fixed[@]}" cmake --build --preset tsan --target orvextests
-    TSAN_OPTIONS=halt_on_error=1 \
-        "${fixed[@]}" ctest --test-dir build/tsan -R Thread --output-on-failure --no-tests=error --timeout 300
+    build tsan --target orvextests
+    TSAN_OPTIONS=halt_on_error=1 "${fixed[@]}" build/tsan/orvextests --gtest_filter='*Thread*'
 }
 
 # Finds go to a folder of the build; only what makes a target fail is worth a look.
-fuzz() {
+fuzz_one() {
     local target=$1 name=${1#build/fuzz/fuzz_}
     local finds=build/fuzz/finds-$name
     mkdir -p "$finds"
     "$target" -max_total_time="$fuzz_seconds" -timeout=10 -close_fd_mask=1 -print_final_stats=1 \
-        -dict=fuzz/keywords.dict -artifact_prefix=build/fuzz/failing-"$name"- "$finds" "fuzz/corpus/$name"
+        -dict=fuzz/keywords.dict -artifact_prefix=build/fuzz/failing-"$name"- "$finds" "fuzz/corpus/$name" 2>&1 |
+        sed "s/^stat::number_of_executed_units: */SUMMARY: $name inputs: /"
+}
+
+# As many at a time as there are processors.
+fuzz() {
+    local sources=(fuzz/fuzz_*.cpp) target
+    export -f fuzz_one
+    export fuzz_seconds
+    for target in "${sources[@]##*/}"; do echo "build/fuzz/${target%.cpp}"; done |
+        xargs -P "$(nproc)" -I TARGET bash -c 'set -e -o pipefail; fuzz_one TARGET'
 }
 
 check_messages() {
@@ -92,16 +101,7 @@ step asan "All tests under the address and undefined-behaviour sanitizers" test_
 step clang-tidy "Static checks of the library and the tools" check_code
 step tsan "Tests with threads under the thread sanitizer" test_tsan
 step fuzz-build "Fuzz targets" build fuzz --target fuzz/all
-found=0
-for target in build/fuzz/fuzz_*; do
-    [ -f "$target" ] || continue
-    found=$((found + 1))
-    step "$(basename "$target")" "$(basename "$target"), $fuzz_seconds s from its corpus" fuzz "$target"
-done
-if [ "$found" -eq 0 ]; then
-    echo "   FAILED: no fuzz target was built"
-    exit 1
-fi
+step fuzz "Every fuzz target for $fuzz_seconds s from its corpus" fuzz
 step release "Release build" build release
 step messages "Sample messages through both forms and back" check_messages
 step example "Example program" build/release/fill_and_pack
