@@ -1,8 +1,8 @@
 // The operating system as the code above sees it: Win32, as far as it is called.
 //
-// This is the one include for everything the system offers, and the only file that asks which system it is on.
-// On Windows it is the real headers, less the macros that would eat our names. On Linux it is the stand-ins of
-// this folder: the same names, types, widths, results and last errors.
+// This is the one include for everything the system offers, and the only file that asks which system it is
+// on. On Windows it is the real headers, less the macros that would eat our names. On Linux it is the
+// stand-ins of this folder: the same names, types, widths, results and last errors.
 #pragma once
 
 #ifdef _WIN32
@@ -20,16 +20,19 @@
 #include <process.h>
 #include <string.h>
 #include <sys/timeb.h>
-#include <time.h>
 #include <tchar.h>
+#include <time.h>
 
 #undef GetMessage
 
 #else
 
 #include "platform/DebugOutput.h"
+#include "platform/Processes.h"
+#include "platform/Registry.h"
 #include "platform/Sync.h"
 #include "platform/Text.h"
 #include "platform/WinTypes.h"
+#include "platform/WindowMessages.h"
 
 #endif

@@ -3,12 +3,15 @@
 // The _ismbc family classifies 7-bit characters; anything else belongs to no class.
 #pragma once
 
+#include "platform/WinTypes.h"
+
 #include <cstdarg>
 #include <cstddef>
 
 int _stricmp(const char* a, const char* b);
 
-// -1 when the text was cut. Unlike the real call it ends a cut text with a zero in the last of the count bytes.
+// -1 when the text was cut. Unlike the real call it ends a cut text with a zero in the last of the count
+// bytes.
 int _vsnprintf(char* buffer, std::size_t count, const char* format, va_list args)
     __attribute__((format(printf, 3, 0)));
 
@@ -31,5 +34,18 @@ struct _timeb
     short dstflag;
 };
 void _ftime(_timeb* p);
+
+struct SYSTEMTIME
+{
+    WORD wYear;
+    WORD wMonth;
+    WORD wDayOfWeek;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+};
+void GetLocalTime(SYSTEMTIME* p);
 
 int _getpid();
