@@ -204,8 +204,10 @@ void Signal::Reset()
 
 bool Signal::Take()
 {
-    if (!IsSet() || m_bManualReset)
+    if (m_bManualReset)
         return IsSet();
+    if (!IsSet())
+        return false;
     std::lock_guard<std::mutex> lock(m_Lock);
     const bool bSet = m_bSet.load(std::memory_order_relaxed);
     ResetLocked();
