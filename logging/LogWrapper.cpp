@@ -15,6 +15,9 @@ CritSecLock& StaticLock()
 }
 
 std::atomic<LogWrapper*> s_pInstance{nullptr};
+// The same object from the moment on when a reference was taken that nobody gives back: then it is never
+// deleted, and may be looked at without the lock.
+std::atomic<LogWrapper*> s_pForGood{nullptr};
 
 // The threads run code of this module for as long as the logger lives, which is to the end of most processes,
 // so the module stays loaded from the first of them on.
@@ -57,17 +60,17 @@ LogWrapper* LogWrapper::Instance(std::string& sRegistryPath)
 // guard.
 LogWrapper* LogWrapper::Instance()
 {
-    LogWrapper* p = s_pInstance.load(std::memory_order_acquire);
-    if (p != nullptr && p->m_bForGood.load(std::memory_order_relaxed)) {
-        p->TakeReference();
-        return p;
-    }
-    ScopedLock lock(&StaticLock());
-    p = s_pInstance.load(std::memory_order_acquire);
+    LogWrapper* p = s_pForGood.load(std::memory_order_acquire);
     if (p == nullptr) {
+        ScopedLock lock(&StaticLock());
+        p = s_pInstance.load(std::memory_order_acquire);
+        if (p != nullptr) {
+            p->TakeReference();
+            return p;
+        }
         p = Construct(DEFAULT_REGISTRY_PATH);
         p->TakeReference();
-        p->m_bForGood.store(true, std::memory_order_relaxed);
+        s_pForGood.store(p, std::memory_order_release);
     }
     p->TakeReference();
     return p;
@@ -75,13 +78,12 @@ LogWrapper* LogWrapper::Instance()
 
 LogWrapper* LogWrapper::InstanceForGood()
 {
-    LogWrapper* p = s_pInstance.load(std::memory_order_acquire);
-    if (p == nullptr || !p->m_bForGood.load(std::memory_order_relaxed)) {
+    LogWrapper* p = s_pForGood.load(std::memory_order_acquire);
+    if (p == nullptr) {
         ScopedLock lock(&StaticLock());
-        p = s_pInstance.load(std::memory_order_acquire);
-        if (p == nullptr)
-            return Instance();
-        p->m_bForGood.store(true, std::memory_order_relaxed);
+        p = Instance();
+        s_pForGood.store(p, std::memory_order_release);
+        return p;
     }
     p->TakeReference();
     return p;
@@ -94,8 +96,8 @@ LogWrapper::LogWrapper(const std::string& sRegistryPath)
       m_hServerLostEvent(CreateEventA(nullptr, TRUE, TRUE, nullptr)), m_nServerProcessId(0),
       m_hServerProcess(nullptr), m_hMonitorThread(nullptr), m_nMonitorThreadId(0), m_hClientMutex(nullptr),
       m_hServerReadyEvent(CreateEventA(nullptr, TRUE, FALSE, nullptr)), m_bScreenOutput(true),
-      m_bDebugOutput(true), m_bForGood(false), m_bStarting(true), m_bStopping(false), m_ullStop(0),
-      m_llStampSecond(-1), m_szStampTime(), m_hTurnEvent(CreateEventA(nullptr, FALSE, FALSE, nullptr)),
+      m_bDebugOutput(true), m_bStarting(true), m_bStopping(false), m_ullStop(0), m_llStampSecond(-1),
+      m_szStampTime(), m_hTurnEvent(CreateEventA(nullptr, FALSE, FALSE, nullptr)),
       m_hWorkEvent(CreateEventA(nullptr, FALSE, FALSE, nullptr)), m_nWaiters(0), m_nSenderThreadId(0),
       m_bSeeking(false), m_bLinked(false), m_nLink(0), m_bBacklog(false), m_nPaceLines(0), m_ullPaceStart(0),
       m_ullNextAttempt(0), m_dwRefusedPause(0), m_bHeadInDoubt(false), m_nDoubts(0), m_nRegistrationDoubts(0),
@@ -227,16 +229,28 @@ int LogWrapper::AddRef()
     return m_nRefCount.Sum();
 }
 
-int LogWrapper::Release()
+bool LogWrapper::GiveBackReference()
 {
     if (IsTraceEnabled(TRACE_REFS)) {
         const int n = m_nRefCount.Sum();
         Trace(TRACE_REFS, "LogWrapper::Release() %d -> %d", n, n - 1);
     }
-    if (m_bForGood.load(std::memory_order_relaxed)) {
-        m_nRefCount.Add(-1);
+    if (s_pForGood.load(std::memory_order_relaxed) != this)
+        return false;
+    m_nRefCount.Add(-1);
+    return true;
+}
+
+int LogWrapper::Release()
+{
+    if (GiveBackReference())
         return m_nRefCount.Sum();
-    }
+    return ReleaseLast();
+}
+
+// A reference that may be the last: the lock keeps Instance away until that is known.
+int LogWrapper::ReleaseLast()
+{
     ScopedLock lock(&StaticLock());
     m_nRefCount.Add(-1);
     const int n = m_nRefCount.Sum();

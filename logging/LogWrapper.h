@@ -57,9 +57,16 @@ public:
     virtual unsigned int GetTraceMask();
     virtual bool IsTraceEnabled(unsigned int mask)
     {
-        return Passes(mask, m_nTraceMask) || Passes(mask, m_nConsoleTraceMask);
+        const unsigned int nTrace = m_nTraceMask.load(std::memory_order_relaxed);
+        const unsigned int nConsole = m_nConsoleTraceMask.load(std::memory_order_relaxed);
+        if (((nTrace | nConsole) & mask) != mask)
+            return false;
+        return (nTrace & mask) == mask || (nConsole & mask) == mask;
     }
-    virtual bool IsConsoleTraceEnabled(unsigned int mask) { return Passes(mask, m_nConsoleTraceMask); }
+    virtual bool IsConsoleTraceEnabled(unsigned int mask)
+    {
+        return (m_nConsoleTraceMask.load(std::memory_order_relaxed) & mask) == mask;
+    }
 
     // Both return the new count. The last reference given back deletes the object.
     virtual int AddRef();
@@ -103,12 +110,11 @@ private:
     explicit LogWrapper(const std::string& sRegistryPath);
 
     static LogWrapper* Construct(const std::string& sRegistryPath);
-    static bool Passes(unsigned int mask, const std::atomic<unsigned int>& held)
-    {
-        return (held.load(std::memory_order_relaxed) & mask) == mask;
-    }
+    friend class Logger;  // takes and gives back without asking for the count
     void TakeReference();
     void CloseHandles();
+    bool GiveBackReference();  // false where the reference may be the last and ReleaseLast must see to it
+    int ReleaseLast();
 
     // TraceWriter.cpp. Write takes a line with room for its stamp in front of the text; MayWait is false for
     // the logger's own thread that nothing may hold.
@@ -156,8 +162,8 @@ private:
     SendResult Send(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam, DWORD dwTimeout,
                     DWORD_PTR* pdwAnswer);
 
-    // The masks are read by every thread and written once in a while. The count's stripes, each a cache line
-    // of its own, keep them apart from the lock, which changes with every line.
+    // The masks are read by every thread and written once in a while. The count's stripes, each a cache
+    // line of its own, keep them apart from the lock, which changes with every line.
     std::atomic<unsigned int> m_nTraceMask;
     std::atomic<unsigned int> m_nConsoleTraceMask;
     StripedCount m_nRefCount;
@@ -186,8 +192,7 @@ private:
     std::atomic<bool> m_bScreenOutput;
     std::atomic<bool> m_bDebugOutput;
 
-    std::atomic<bool> m_bForGood;  // a reference was taken that nobody gives back: never deleted
-    bool m_bStarting;              // lines skip the server until the link is up
+    bool m_bStarting;  // lines skip the server until the link is up
     bool m_bStopping;
     ULONGLONG m_ullStop;        // when Stop was called, of GetTickCount64
     long long m_llStampSecond;  // the second that m_szStampTime shows, since 1970

@@ -8,7 +8,11 @@ Logger::Logger() : m_pLogWrapper(LogWrapper::Instance())
     // clang-format on
 }
 
-Logger::~Logger() { m_pLogWrapper->Release(); }
+Logger::~Logger()
+{
+    if (!m_pLogWrapper->GiveBackReference())
+        m_pLogWrapper->ReleaseLast();
+}
 
 int Logger::Trace(unsigned int mask, const char* fmt, ...)
 {
