@@ -32,7 +32,7 @@ struct Window
 
     // Connections that wait for their next message; a sender has one for itself meanwhile.
     std::mutex Lock;
-    std::vector<Descriptor> IdleLinks;
+    std::vector<WindowLink> IdleLinks;
 };
 
 class MessageQueue
