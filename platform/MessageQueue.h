@@ -11,6 +11,8 @@
 #include <unordered_map>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 class MessageQueue;
 
 // A window as this process knows it: its own, or another's that it has found.
@@ -99,3 +101,5 @@ private:
     bool m_bQuit = false;
     int m_iExitCode = 0;
 };
+
+#pragma GCC visibility pop

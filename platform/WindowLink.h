@@ -9,6 +9,8 @@
 
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 struct WindowRequest
 {
     std::uint64_t nNumber;
@@ -59,3 +61,5 @@ enum class Received
 Received ReceiveRequest(int fd, std::vector<char>* pBuffer, std::vector<char>* pLarge,
                         WindowRequest* pRequest, char** ppData);
 bool SendAnswer(int fd, const WindowAnswer& answer);
+
+#pragma GCC visibility pop
