@@ -3,7 +3,9 @@
 Logger::Logger() : m_pLogWrapper(LogWrapper::Instance())
 {
     if (m_pLogWrapper == nullptr)
+        // clang-format off
         throw "Cannot create Logger object without registry path. Use LogWrapper::Instance(std::string& sRegistryPath) the first time Instance is called. ";
+    // clang-format on
 }
 
 Logger::~Logger()

@@ -28,8 +28,11 @@
 #else
 
 #include "platform/DebugOutput.h"
+#include "platform/Processes.h"
+#include "platform/Registry.h"
 #include "platform/Sync.h"
 #include "platform/Text.h"
 #include "platform/WinTypes.h"
+#include "platform/WindowMessages.h"
 
 #endif

@@ -1,4 +1,7 @@
-// Critical sections, interlocked operations and thread ids.
+// Critical sections, interlocked operations, threads, events, mutexes and the wait for them.
+//
+// A handle that is closed or of another kind gives ERROR_INVALID_HANDLE, and its number does not come back
+// soon.
 #pragma once
 
 #include "platform/WinTypes.h"
@@ -104,3 +107,40 @@ inline void LeaveCriticalSection(CRITICAL_SECTION* p)
     else if (__atomic_exchange_n(&p->State, 0, __ATOMIC_RELEASE) == 2)
         PlatformWakeOne(p);
 }
+
+#define INFINITE       0xFFFFFFFF
+#define WAIT_OBJECT_0  0u
+#define WAIT_ABANDONED 0x80u
+#define WAIT_TIMEOUT   258u
+#define WAIT_FAILED    0xFFFFFFFFu
+
+#define WAIT_ABANDONED_0     WAIT_ABANDONED
+#define MAXIMUM_WAIT_OBJECTS 64
+
+#define MUTEX_ALL_ACCESS 0x001F0001
+
+// Events have no names here: a name gives ERROR_NOT_SUPPORTED.
+HANDLE CreateEventA(SECURITY_ATTRIBUTES* pSecurity, BOOL bManualReset, BOOL bInitialState, const char* name);
+BOOL SetEvent(HANDLE hEvent);
+BOOL ResetEvent(HANDLE hEvent);
+
+// A mutex is a file in the runtime folder and two locks on it: one says that it exists, one that it is owned.
+// Both go with their process, however that ends; the file that a killed one leaves says nothing. A wait for a
+// mutex that another process owns looks again every 10 ms. Names tell upper from lower case, as on Windows.
+HANDLE CreateMutexA(SECURITY_ATTRIBUTES* pSecurity, BOOL bInitialOwner, const char* name);
+HANDLE OpenMutexA(DWORD dwAccess, BOOL bInherit, const char* name);
+BOOL ReleaseMutex(HANDLE hMutex);
+
+using _beginthreadex_proc_type = unsigned int(__stdcall*)(void*);
+// Only iInitFlag 0: the thread runs at once.
+std::uintptr_t _beginthreadex(void* pSecurity, unsigned int nStackSize, _beginthreadex_proc_type pStart,
+                              void* pArg, unsigned int iInitFlag, unsigned int* pThreadId);
+
+DWORD WaitForSingleObject(HANDLE hObject, DWORD dwMilliseconds);
+// Where all are waited for, they are taken one after the other as soon as all were seen free; what turned out
+// to be taken meanwhile is given back.
+DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* pHandles, BOOL bWaitAll, DWORD dwMilliseconds);
+BOOL CloseHandle(HANDLE hObject);
+
+void Sleep(DWORD dwMilliseconds);
+ULONGLONG GetTickCount64();

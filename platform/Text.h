@@ -3,6 +3,8 @@
 // The _ismbc family classifies 7-bit characters; anything else belongs to no class.
 #pragma once
 
+#include "platform/WinTypes.h"
+
 #include <cstdarg>
 #include <cstddef>
 
@@ -32,5 +34,18 @@ struct _timeb
     short dstflag;
 };
 void _ftime(_timeb* p);
+
+struct SYSTEMTIME
+{
+    WORD wYear;
+    WORD wMonth;
+    WORD wDayOfWeek;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+};
+void GetLocalTime(SYSTEMTIME* p);
 
 int _getpid();
