@@ -19,6 +19,10 @@
 
 #include <string>
 
+class ArgPackager;
+class COrvexException;
+class NestingLevel;
+
 class Arguments : public Arg
 {
 public:
@@ -35,7 +39,12 @@ public:
 
     int GetClassID() override;
 
+    bool GetValueArray(Arguments** ppArgs) override;  // true: this object
     using Arg::GetValueArray;
+
+    // The dump, unless an inherited SetValue has given the object a plain value.
+    const std::string& DumpArg() override;
+
     using Arg::GetValueBool;
     using Arg::GetValueInt;
     using Arg::GetValueShort;
@@ -266,9 +275,29 @@ public:
 
 private:
     class Found;  // lock held, key resolved, value found or null
+    class Made;   // the same, the entry made if it is missing
 
     bool Store(const Key& key, Arg* pArg);  // shares the object; false for null
-    Arg* Provide(const Key& key);           // the entry's value, made if missing; lock held
+    bool StoreAt(int iIndex, Arg* pArg);
+    bool Remove(const Key& key);
+
+    // The lock is held for these.
+    Arg* Find(const Key& key);
+    Arg* Provide(const Key& key);
+    EntryTable::Entry* EntryAt(int iIndex);
+
+    bool CopyEntry(int iIndex, std::string* pKey, ArgHolder* pArg);
+    static std::string FormatByType(const std::string& key, int type, Arg* pArg);
+    int PackEntry(Serialize& s, ArgPackager& packager, int iIndex);
+    int PackKeyword2(Serialize& s, int id, int iIndex);
+    int PackKey2(Serialize& s, const char* key, int iIndex);
+    bool UnpackCount(Serialize& s, NestingLevel& level, short* pCount, int* pnResult);
+    int NoKeyLength();
+
+    static COrvexException OutOfRange(const char* operation, int iIndex);
+    static COrvexException NotFound(const char* operation, const char* key);
+    static COrvexException NotFound(const char* operation, const std::string& key);
+    static COrvexException NotFound(const char* operation, enum_Keywords eKey);
 
     EntryTable m_entries;  // owns one reference to each value
 };

@@ -9,6 +9,8 @@
 
 #include "arguments/Keywords.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -25,6 +27,8 @@ public:
         int id;              // of the keyword
 
         bool IsKeyword() const { return key == nullptr; }
+        // Null for an id without a name.
+        const char* KeyText() const { return IsKeyword() ? KeywordName(id) : key; }
     };
 
     EntryTable();
@@ -32,24 +36,36 @@ public:
     EntryTable(const EntryTable&) = delete;
     EntryTable& operator=(const EntryTable&) = delete;
 
-    int Size() const { return m_nSize; }
-    void Reserve(int n);
+    std::size_t Size() const { return m_order.size(); }
+    void Reserve(std::size_t n);
 
     // The key's entry, or null. Good until the next Add or Remove.
     Entry* Find(const Key& key);
-    // Adds a key that is not there.
+    // Adds a key that is not there. Out of memory it throws and the table is as it was.
     void Add(const Key& key, Arg* pArg);
     void Remove(Entry* pEntry);
     void Clear();
+
     // The entry at a position from 1 to Size().
-    Entry& At(int iPosition);
+    Entry& At(std::size_t position)
+    {
+        if (m_nSorted != m_order.size())
+            Sort();
+        return m_entries[m_order[position - 1]];
+    }
 
 private:
     static constexpr std::uint32_t EMPTY = 0xFFFFFFFF;
+    static constexpr std::size_t SMALL = 8;
+
+    std::size_t FindSlot(std::uint32_t hash, std::uint32_t place) const;
+    void Rehash();
+    void RemoveFromIndex(std::size_t slot);
+    void Sort();
 
     std::vector<Entry> m_entries;
-    std::vector<std::uint32_t> m_index;  // power of two; places of entries, open addressing; empty in a small table
-    std::vector<std::uint32_t> m_order;  // places of entries; the first m_nSorted in order of position
-    int m_nSorted;
-    int m_nSize;
+    std::vector<std::uint32_t> m_index;  // open addressing over places, a power of two, at most half full; or empty
+    std::vector<std::uint32_t> m_order;  // places; the first m_nSorted stand in order of position
+    std::uint32_t m_nFree;               // first free place, each holding the next in its id; or EMPTY
+    std::size_t m_nSorted;
 };

@@ -33,7 +33,7 @@ struct Key
 {
     explicit Key(const char* sz);
     explicit Key(const std::string& s) : Key(s.c_str()) {}
-    explicit Key(enum_Keywords eKey) : text(nullptr), length(0), hash(0), id(eKey) {}
+    explicit Key(enum_Keywords eKey) : text(nullptr), length(0), hash(HashId(eKey)), id(eKey) {}
 
     bool IsKeyword() const { return text == nullptr; }
 
@@ -41,4 +41,11 @@ struct Key
     std::size_t length;
     std::uint32_t hash;
     int id;
+
+private:
+    static std::uint32_t HashId(enum_Keywords eKey)
+    {
+        const std::uint32_t hash = static_cast<std::uint32_t>(eKey) * 0x9E3779B1;
+        return hash ^ hash >> 16;
+    }
 };

@@ -1,25 +1,29 @@
 // MemoryStream: a Serialize in memory. Little-endian; a boolean is one byte, 0 or 1.
 //
-// Writing appends and the memory grows; reading goes from the start of what was written, or of the bytes that the
-// stream was made with, which are copied. Every read, skip and position is checked: what does not lie inside the
-// stream fails with -1 and moves nothing. DataAt gives null outside. Bytes stay put until the next write.
+// Writing appends and the memory grows; reading goes from the start of what was written, or of the bytes that
+// the stream was made with, which are copied. Every read, skip and position is checked: what does not lie
+// inside the stream fails with -1 and moves nothing, and so does a write beyond INT_MAX bytes or for which
+// there is no memory. DataAt gives null outside. Bytes stay put until the next write.
 #pragma once
 
 #include "values/Serialize.h"
 
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 class MemoryStream final : public Serialize
 {
 public:
     MemoryStream() = default;
-    MemoryStream(const void* p, std::size_t n);
+    MemoryStream(const void* p, std::size_t n);  // std::length_error above INT_MAX
+    MemoryStream(const MemoryStream& other);     // reads from where the other stands
+    MemoryStream(MemoryStream&& other) noexcept;
+    MemoryStream& operator=(MemoryStream other) noexcept;
 
-    const unsigned char* Data() const { return m_bytes.data(); }
-    std::size_t Size() const { return m_bytes.size(); }
+    const unsigned char* Data() const { return m_pBuf.get(); }  // null before the first write
+    std::size_t Size() const { return static_cast<std::size_t>(m_nSize); }
     // Forgets all bytes and keeps the memory.
-    void Clear();
+    void Clear() { m_nSize = m_nRead = 0; }
     // Reads from the start again.
     void Rewind() { m_nRead = 0; }
 
@@ -30,16 +34,16 @@ public:
     int WriteBool(bool b) override;
     int WriteUByte(unsigned char uc) override;
     int WriteByte(signed char c) override;
-    int WriteBytes(const void* p, int n) override;
+    int WriteBytes(const void* p, int n) override;  // p is not a place in this stream
     int GetWritePosition() override;
-    int SkipWrite(int n) override;
+    int SkipWrite(int n) override;  // the hole is zeros until it is filled
     int WriteShortAt(int pos, short s) override;
 
     int ReadUInt(unsigned int* pui) override;
     int ReadInt(int* pi) override;
     int ReadUShort(unsigned short* pus) override;
     int ReadShort(short* ps) override;
-    int ReadBool(bool* pb) override;
+    int ReadBool(bool* pb) override;  // any byte but 0 is true
     int ReadUByte(unsigned char* puc) override;
     int ReadByte(signed char* pc) override;
     int ReadBytes(void* p, int n) override;
@@ -50,6 +54,14 @@ public:
     const char* DataAt(int pos) override;
 
 private:
-    std::vector<unsigned char> m_bytes;
-    std::size_t m_nRead = 0;
+    // The place of n more bytes at the end, or null; of the next n bytes to read, or null.
+    unsigned char* Extend(int n);
+    const unsigned char* Take(int n);
+    bool Grow(int n);
+    [[gnu::cold, gnu::noinline]] int GrowAndWrite(unsigned int bits, int n);
+
+    std::unique_ptr<unsigned char[]> m_pBuf;
+    int m_nSize = 0;
+    int m_nCapacity = 0;
+    int m_nRead = 0;  // never above m_nSize
 };

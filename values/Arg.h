@@ -4,7 +4,7 @@
 // for every stored type by converting where it can, and no read changes the stored type.
 //
 // An object starts unset, with one reference that belongs to its creator. Every operation that reads or changes the
-// content holds the object's own recursive lock for its length; GetType, Clone and DumpArg do not.
+// content holds the object's own recursive lock for its length; GetType and IsNumeric do not.
 // Declarations stand in the order fixed for their slots.
 #pragma once
 
@@ -89,10 +89,34 @@ public:
     virtual int Unpack2(Serialize& s);
 
 protected:
-    LogWrapper* m_pLogger;     // one reference, never given back
-    std::atomic<int> m_type;   // enumArgTypes; atomic for the reads without the lock
-    unsigned int m_value;      // the number: 16-bit types in the low 16 bits, a boolean in the low 8
-    std::string m_string;      // the text of ARG_STRING; a cache of the text reads for every other type
+    int Type() const { return m_type.load(std::memory_order_relaxed); }
+    void SetType(int type) { m_type.store(type, std::memory_order_relaxed); }
+    void CopyValue(Arg& rFrom);  // into a new object; the source's lock is taken
+
+    LogWrapper* m_pLogger;    // one reference, never given back
+    std::atomic<int> m_type;  // enumArgTypes; atomic for the reads without the lock
+    unsigned int m_value;     // the number: 16-bit types in the low 16 bits, a boolean in the low 8
+    std::string m_string;     // the text of ARG_STRING; a cache of the text reads for every other type
+
+private:
+    bool Set(int type, unsigned int uiValue);
+    bool SetText(const char* text, std::size_t length);
+
+    // The lock is held for these.
+    bool ReadNumber(unsigned int* pui);
+    int Signed() const;
+    bool Bool() const { return (m_value & 0xFF) != 0; }
+    std::string NumberText() const;
+    int PackString(Serialize& s);
+    int PackText(Serialize& s, int nSize, const char* operation);
+    int PackString2(Serialize& s);
+    int UnpackText(Serialize& s, int nSize, const char* operation);
+    int UnpackWide2(Serialize& s, const char* label);
+    int UnpackString2(Serialize& s);
+    static bool NextIsTagZero(Serialize& s);
+    int WriteNumber(Serialize& s);
+    int ReadNumberField(Serialize& s);
+    int TakeBits(unsigned int ui, unsigned int mask);
 };
 
 // Owns one reference for a scope.

@@ -4,6 +4,8 @@
 
 #include "values/Arg.h"
 
+class ArgPackager;
+
 class ArgArguments : public Arg
 {
 public:
@@ -14,7 +16,7 @@ public:
     Arg* Clone() override;  // the container is carried over, cloned
 
     bool GetValueArray(Arguments** ppArgs) override;
-    Arguments* GetValueArray() override;
+    using Arg::GetValueArray;
 
     int GetType() override;  // ARG_ARGUMENT
     int GetClassID() override;
@@ -30,6 +32,11 @@ public:
     Arguments* GetArguments();
 
 private:
+    const void* Array() const { return m_pArgs; }
+    void Hold(Arguments* pArgs);
+    int PackArray(Serialize& s, const char* operation, int (ArgPackager::*pack)(Serialize&, Arg*));
+    int UnpackArray(Serialize& s, const char* operation, Arg* (ArgPackager::*unpack)(Serialize&));
+
     Arguments* m_pArgs;  // one reference, or null
     int m_argType;       // ARG_ARGUMENT
 };

@@ -34,6 +34,10 @@ public:
     using Arg::SetValue;
 
 private:
+    int Length() const { return m_iLen.load(std::memory_order_relaxed); }
+    void Replace(const void* pBuf, int iLen);
+    bool ReadBlock(Serialize& s, int iLen);
+
     char* m_pBuf;             // owned; null when there is no data
     std::atomic<int> m_iLen;  // bytes in m_pBuf; atomic for the read without the lock
 };
