@@ -76,4 +76,20 @@ void _ftime(_timeb* p)
     p->dstflag = 0;
 }
 
+void GetLocalTime(SYSTEMTIME* p)
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    p->wYear = static_cast<WORD>(local.tm_year + 1900);
+    p->wMonth = static_cast<WORD>(local.tm_mon + 1);
+    p->wDayOfWeek = static_cast<WORD>(local.tm_wday);
+    p->wDay = static_cast<WORD>(local.tm_mday);
+    p->wHour = static_cast<WORD>(local.tm_hour);
+    p->wMinute = static_cast<WORD>(local.tm_min);
+    p->wSecond = static_cast<WORD>(local.tm_sec);
+    p->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
+}
+
 int _getpid() { return static_cast<int>(getpid()); }

@@ -60,6 +60,7 @@ using HWND = struct HWND__*;
 #define ERROR_GEN_FAILURE           31
 #define ERROR_NOT_SUPPORTED         50
 #define ERROR_INVALID_PARAMETER     87
+#define ERROR_DISK_FULL             112
 #define ERROR_INSUFFICIENT_BUFFER   122
 #define ERROR_MOD_NOT_FOUND         126
 #define ERROR_ALREADY_EXISTS        183
