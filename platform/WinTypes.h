@@ -68,6 +68,7 @@ using HWND = struct HWND__*;
 #define ERROR_MORE_DATA             234
 #define ERROR_NO_MORE_ITEMS         259
 #define ERROR_NOT_OWNER             288
+#define ERROR_INVALID_FLAGS         1004
 #define ERROR_BADDB                 1009
 #define ERROR_KEY_DELETED           1018
 #define ERROR_NONE_MAPPED           1332
