@@ -183,15 +183,19 @@ bool Arguments::Store(const Key& key, Arg* pArg)
     if (pArg == nullptr)
         return false;
     pArg->AddRef();
-    ArgHolder given(pArg);
+    StoreOwned(key, ArgHolder(pArg));
+    return true;
+}
+
+void Arguments::StoreOwned(const Key& key, ArgHolder pArg)
+{
     ScopedLock lock(&m_lock);
     if (EntryTable::Entry* pEntry = m_entries.Find(key)) {
-        given.reset(std::exchange(pEntry->pArg, given.release()));
+        pArg.reset(std::exchange(pEntry->pArg, pArg.release()));
     } else {
-        m_entries.Add(key, pArg);
-        given.release();
+        m_entries.Add(key, pArg.get());
+        pArg.release();
     }
-    return true;
 }
 
 bool Arguments::StoreAt(int iIndex, Arg* pArg)
@@ -203,12 +207,6 @@ bool Arguments::StoreAt(int iIndex, Arg* pArg)
     pArg->AddRef();
     const ArgHolder old(std::exchange(pEntry->pArg, pArg));
     return true;
-}
-
-Arg* Arguments::Find(const Key& key)
-{
-    const EntryTable::Entry* pEntry = m_entries.Find(key);
-    return pEntry != nullptr ? pEntry->pArg : nullptr;
 }
 
 Arg* Arguments::Provide(const Key& key)
@@ -233,28 +231,6 @@ COrvexException Arguments::OutOfRange(const char* operation, int iIndex)
                            iIndex, -1);
 }
 
-Arguments::Found::Found(Arguments& rArgs, const char* key, const void* pTarget)
-    : m_lock(&rArgs.m_lock), m_pArg(key != nullptr && pTarget != nullptr ? rArgs.Find(Key(key)) : nullptr)
-{
-}
-
-Arguments::Found::Found(Arguments& rArgs, const std::string& key, const void* pTarget)
-    : Found(rArgs, key.c_str(), pTarget)
-{
-}
-
-Arguments::Found::Found(Arguments& rArgs, enum_Keywords eKey, const void* pTarget)
-    : m_lock(&rArgs.m_lock), m_pArg(pTarget != nullptr ? rArgs.Find(Key(eKey)) : nullptr)
-{
-}
-
-Arguments::Found::Found(Arguments& rArgs, Position position, const void* pTarget)
-    : m_lock(&rArgs.m_lock), m_pArg(nullptr)
-{
-    if (const EntryTable::Entry* pEntry = pTarget != nullptr ? rArgs.EntryAt(position.iIndex) : nullptr)
-        m_pArg = pEntry->pArg;
-}
-
 bool Arguments::Found::HandOut(Arg** ppArg) const
 {
     if (m_pArg == nullptr)
@@ -262,22 +238,4 @@ bool Arguments::Found::HandOut(Arg** ppArg) const
     m_pArg->AddRef();
     *ppArg = m_pArg;
     return true;
-}
-
-Arguments::Made::Made(Arguments& rArgs, const char* key)
-    : m_lock(&rArgs.m_lock), m_pArg(key != nullptr ? rArgs.Provide(Key(key)) : nullptr)
-{
-}
-
-Arguments::Made::Made(Arguments& rArgs, const std::string& key) : Made(rArgs, key.c_str()) {}
-
-Arguments::Made::Made(Arguments& rArgs, enum_Keywords eKey)
-    : m_lock(&rArgs.m_lock), m_pArg(rArgs.Provide(Key(eKey)))
-{
-}
-
-Arguments::Made::Made(Arguments& rArgs, Position position) : m_lock(&rArgs.m_lock), m_pArg(nullptr)
-{
-    if (const EntryTable::Entry* pEntry = rArgs.EntryAt(position.iIndex))
-        m_pArg = pEntry->pArg;
 }

@@ -278,21 +278,27 @@ private:
     class Made;   // the same, the entry made if it is missing
 
     bool Store(const Key& key, Arg* pArg);  // shares the object; false for null
+    void StoreOwned(const Key& key, ArgHolder pArg);
     bool StoreAt(int iIndex, Arg* pArg);
     bool Remove(const Key& key);
 
     // The lock is held for these.
-    Arg* Find(const Key& key);
+    Arg* Find(const Key& key)
+    {
+        const EntryTable::Entry* pEntry = m_entries.Find(key);
+        return pEntry != nullptr ? pEntry->pArg : nullptr;
+    }
     Arg* Provide(const Key& key);
     EntryTable::Entry* EntryAt(int iIndex);
 
     bool CopyEntry(int iIndex, std::string* pKey, ArgHolder* pArg);
     static std::string FormatByType(const std::string& key, int type, Arg* pArg);
     int PackEntry(Serialize& s, ArgPackager& packager, int iIndex);
-    int PackKeyword2(Serialize& s, int id, int iIndex);
-    int PackKey2(Serialize& s, const char* key, int iIndex);
+    int PackKeyword2(Serialize& s, int id, int iIndex, bool bSteps);
+    int PackKey2(Serialize& s, const char* key, int iIndex, bool bSteps);
     bool UnpackCount(Serialize& s, NestingLevel& level, short* pCount, int* pnResult);
     int NoKeyLength();
+    bool StoreRead(const char* key, ArgHolder pArg);
 
     static COrvexException OutOfRange(const char* operation, int iIndex);
     static COrvexException NotFound(const char* operation, const char* key);

@@ -10,6 +10,7 @@
 
 #include <climits>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -59,7 +60,7 @@ int Arguments::Pack(Serialize& s)
 
 int Arguments::PackEntry(Serialize& s, ArgPackager& packager, int i)
 {
-    const EntryTable::Entry& entry = *EntryAt(i);
+    const EntryTable::Entry& entry = m_entries.At(static_cast<std::size_t>(i));
     const char* key = entry.KeyText();
     if (key == nullptr)
         throw OutOfRange("GetElementKey", i);
@@ -83,6 +84,45 @@ int Arguments::PackEntry(Serialize& s, ArgPackager& packager, int i)
     return nResult;
 }
 
+// The lines call the marker "Key Size 4" and show an empty key.
+inline int Arguments::PackKeyword2(Serialize& s, int id, int i, bool bSteps)
+{
+    if (bSteps)
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing Arg[%d] Key Size 4", this, i);
+    int nResult = s.WriteUShort(KEYWORD_MARKER);
+    if (nResult < 0) {
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size 4", this, i);
+        return nResult;
+    }
+    if (bSteps)
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2, writing Arg[%d] Key \"%s\"", this, i, "");
+    nResult = id >= 0 && id <= USHRT_MAX ? s.WriteUShort(static_cast<unsigned short>(id)) : -1;
+    if (nResult < 0)
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"", this, i, "");
+    return nResult;
+}
+
+int Arguments::PackKey2(Serialize& s, const char* key, int i, bool bSteps)
+{
+    const std::size_t length = strlen(key) + 1;
+    const int nSize = static_cast<int>(length);
+    if (bSteps) {
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing keyword Arg[%d] Type STRING", this, i);  // sic
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing Arg[%d] Key Size %d", this, i, nSize);
+    }
+    int nResult = length <= COMPACT_KEY_SIZE ? s.WriteShort(static_cast<short>(nSize)) : -1;
+    if (nResult < 0) {
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size %d", this, i, nSize);
+        return nResult;
+    }
+    if (bSteps)
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2, writing Arg[%d] Key \"%s\"", this, i, key);
+    nResult = s.WriteBytes(key, nSize);
+    if (nResult < 0)
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"", this, i, key);
+    return nResult;
+}
+
 int Arguments::Pack2(Serialize& s)
 {
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::Pack2()", this);
@@ -93,14 +133,16 @@ int Arguments::Pack2(Serialize& s)
         return -1;
     }
     const int n = static_cast<int>(m_entries.Size());
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack2, %d Arguments to pack", this, n);
+    const bool bSteps = m_pLogger->IsTraceEnabled(TRACE_STEP);
+    if (bSteps)
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2, %d Arguments to pack", this, n);
     const int pos = s.GetWritePosition();
     s.SkipWrite(2);
     try {
         ArgPackager packager;
         for (int i = 1; i <= n; ++i) {
-            const EntryTable::Entry& entry = *EntryAt(i);
-            int nResult = entry.IsKeyword() ? PackKeyword2(s, entry.id, i) : PackKey2(s, entry.key, i);
+            const EntryTable::Entry& entry = m_entries.At(static_cast<std::size_t>(i));
+            int nResult = entry.IsKeyword() ? PackKeyword2(s, entry.id, i, bSteps) : PackKey2(s, entry.key, i, bSteps);
             if (nResult < 0)
                 return nResult;
             nResult = packager.Pack2(s, entry.pArg);
@@ -116,40 +158,6 @@ int Arguments::Pack2(Serialize& s)
     const int nResult = n <= SHRT_MAX ? s.WriteShortAt(pos, static_cast<short>(n)) : -1;
     if (nResult < 0)
         ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Number of Arguments %d", this, n);
-    return nResult;
-}
-
-// The lines call the marker "Key Size 4" and show an empty key.
-int Arguments::PackKeyword2(Serialize& s, int id, int i)
-{
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack2: writing Arg[%d] Key Size 4", this, i);
-    int nResult = s.WriteUShort(KEYWORD_MARKER);
-    if (nResult < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size 4", this, i);
-        return nResult;
-    }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack2, writing Arg[%d] Key \"%s\"", this, i, "");
-    nResult = id >= 0 && id <= USHRT_MAX ? s.WriteUShort(static_cast<unsigned short>(id)) : -1;
-    if (nResult < 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"", this, i, "");
-    return nResult;
-}
-
-int Arguments::PackKey2(Serialize& s, const char* key, int i)
-{
-    const std::size_t length = strlen(key) + 1;
-    const int nSize = static_cast<int>(length);
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack2: writing keyword Arg[%d] Type STRING", this, i);  // sic
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack2: writing Arg[%d] Key Size %d", this, i, nSize);
-    int nResult = length <= COMPACT_KEY_SIZE ? s.WriteShort(static_cast<short>(nSize)) : -1;
-    if (nResult < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size %d", this, i, nSize);
-        return nResult;
-    }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack2, writing Arg[%d] Key \"%s\"", this, i, key);
-    nResult = s.WriteBytes(key, nSize);
-    if (nResult < 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"", this, i, key);
     return nResult;
 }
 
@@ -171,7 +179,8 @@ bool Arguments::UnpackCount(Serialize& s, NestingLevel& level, short* pCount, in
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Unpack, read Number of Arguments %d", this, *pCount);
     if (*pCount > 0) {
         ScopedLock lock(&m_lock);
-        m_entries.Reserve(m_entries.Size() + static_cast<std::size_t>(*pCount < RESERVED_ENTRIES ? *pCount : RESERVED_ENTRIES));
+        if (m_entries.Size() == 0)
+            m_entries.Reserve(static_cast<std::size_t>(*pCount < RESERVED_ENTRIES ? *pCount : RESERVED_ENTRIES));
     }
     return true;
 }
@@ -180,6 +189,17 @@ int Arguments::NoKeyLength()
 {
     ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Unpack, failed to read Key Length from Serialize object", this);
     return -1;
+}
+
+// False where the stream has not kept the key's bytes.
+bool Arguments::StoreRead(const char* key, ArgHolder pArg)
+{
+    if (key == nullptr) {
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Unpack, failed to add unpacked arg to array", this);
+        return false;
+    }
+    StoreOwned(Key(key), std::move(pArg));
+    return true;
 }
 
 // The key stays in the stream until the value behind it has been read. A value that cannot be read costs its entry
@@ -202,15 +222,13 @@ int Arguments::Unpack(Serialize& s)
             return NoKeyLength();
         const int pos = s.GetReadPosition();
         s.SkipRead(keySize);
-        const ArgHolder pArg(packager.Unpack(s));
+        ArgHolder pArg(packager.Unpack(s));
         if (NestingLevel::WasExceeded())
             return -1;
         if (pArg == nullptr)
             continue;
-        if (AddItem(s.DataAt(pos), pArg.get()))
+        if (StoreRead(s.DataAt(pos), std::move(pArg)))
             ++nAdded;
-        else
-            ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Unpack, failed to add unpacked arg to array", this);
     }
     return nAdded;
 }
@@ -241,19 +259,19 @@ int Arguments::Unpack2(Serialize& s)
             pos = s.GetReadPosition();
             s.SkipRead(keySize);
         }
-        const ArgHolder pArg(packager.Unpack2(s));
+        ArgHolder pArg(packager.Unpack2(s));
         if (NestingLevel::WasExceeded())
             return -1;
         if (pArg == nullptr) {
             ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Unpack, failed unpack arg", this);
             return 0;
         }
-        const bool bKeyword = keySize == KEYWORD_MARKER;
-        if (bKeyword ? AddItem(id, pArg.get()) : AddItem(s.DataAt(pos), pArg.get()))
+        if (keySize == KEYWORD_MARKER) {
+            StoreOwned(Key(id), std::move(pArg));
             ++nAdded;
-        else
-            ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::%s, failed to add unpacked arg to array", this,
-                        bKeyword ? "Unpack2" : "Unpack");  // sic
+        } else if (StoreRead(s.DataAt(pos), std::move(pArg))) {
+            ++nAdded;
+        }
     }
     return nAdded;
 }

@@ -63,7 +63,7 @@ bool TextParser::Parse()
         if (m_nType >= 0)
             return false;
         m_sKey = m_token;
-        if (!Next() || m_token.empty() || m_token[0] != '=')
+        if (!Next() || m_token.compare(0, 1, "=") != 0)
             return false;
         if (!ReadValues(&bTextEnded))
             return false;

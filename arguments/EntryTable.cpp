@@ -7,13 +7,6 @@
 
 namespace {
 
-bool SameKey(const EntryTable::Entry& e, const Key& key)
-{
-    if (e.pArg == nullptr || e.hash != key.hash || e.id != key.id || e.IsKeyword() != key.IsKeyword())
-        return false;
-    return e.IsKeyword() || strcmp(e.key, key.text) == 0 || _stricmp(e.key, key.text) == 0;
-}
-
 bool Before(const EntryTable::Entry& a, const EntryTable::Entry& b)
 {
     if (a.IsKeyword() || b.IsKeyword())
@@ -32,7 +25,7 @@ char* CopyKey(const Key& key)
 
 }  // namespace
 
-EntryTable::EntryTable() : m_nFree(EMPTY), m_nSorted(0) {}
+EntryTable::EntryTable() : m_nMask(0), m_nSorted(0), m_nFree(EMPTY) {}
 
 EntryTable::~EntryTable() { Clear(); }
 
@@ -40,39 +33,17 @@ void EntryTable::Reserve(std::size_t n)
 {
     m_entries.reserve(n);
     m_order.reserve(n);
+    if (m_index.size() < 2 * n)
+        Rehash(n);
 }
 
-std::size_t EntryTable::FindSlot(std::uint32_t hash, std::uint32_t place) const
-{
-    const std::size_t mask = m_index.size() - 1;
-    std::size_t i = hash & mask;
-    while (m_index[i] != place)
-        i = (i + 1) & mask;
-    return i;
-}
-
-EntryTable::Entry* EntryTable::Find(const Key& key)
-{
-    if (m_index.empty()) {
-        for (Entry& e : m_entries)
-            if (SameKey(e, key))
-                return &e;
-        return nullptr;
-    }
-    const std::size_t mask = m_index.size() - 1;
-    for (std::size_t i = key.hash & mask; m_index[i] != EMPTY; i = (i + 1) & mask)
-        if (SameKey(m_entries[m_index[i]], key))
-            return &m_entries[m_index[i]];
-    return nullptr;
-}
+bool EntryTable::SameText(const char* a, const char* b) { return strcmp(a, b) == 0 || _stricmp(a, b) == 0; }
 
 // Everything that can run out of memory comes first, so that a failure leaves the table as it was.
 void EntryTable::Add(const Key& key, Arg* pArg)
 {
     if (m_order.size() == m_order.capacity())
-        Reserve(std::max(SMALL, 2 * m_order.size()));
-    if (m_entries.size() >= SMALL && m_index.size() < 2 * (m_order.size() + 1))
-        Rehash();
+        Reserve(std::max<std::size_t>(8, 2 * m_order.size()));
     const Entry entry{pArg, CopyKey(key), key.hash, key.id};
 
     std::uint32_t place = m_nFree;
@@ -83,19 +54,31 @@ void EntryTable::Add(const Key& key, Arg* pArg)
         place = static_cast<std::uint32_t>(m_entries.size());
         m_entries.push_back(entry);
     }
-    if (!m_index.empty())
-        m_index[FindSlot(entry.hash, EMPTY)] = place;
+    PutInIndex(entry.hash, place);
     if (m_nSorted == m_order.size() && (m_order.empty() || Before(m_entries[m_order.back()], entry)))
         ++m_nSorted;
     m_order.push_back(place);
 }
 
-void EntryTable::Rehash()
+// Room for n entries.
+void EntryTable::Rehash(std::size_t n)
 {
-    std::vector<std::uint32_t> index(std::max<std::size_t>(4 * SMALL, 2 * m_index.size()), EMPTY);
+    std::size_t nSlots = 16;
+    while (nSlots < 2 * n)
+        nSlots *= 2;
+    std::vector<Slot> index(nSlots, Slot{0, EMPTY});
     m_index.swap(index);
+    m_nMask = nSlots - 1;
     for (const std::uint32_t place : m_order)
-        m_index[FindSlot(m_entries[place].hash, EMPTY)] = place;
+        PutInIndex(m_entries[place].hash, place);
+}
+
+void EntryTable::PutInIndex(std::uint32_t hash, std::uint32_t place)
+{
+    std::size_t i = hash & m_nMask;
+    while (m_index[i].place != EMPTY)
+        i = (i + 1) & m_nMask;
+    m_index[i] = Slot{hash, place};
 }
 
 void EntryTable::Remove(Entry* pEntry)
@@ -110,25 +93,26 @@ void EntryTable::Remove(Entry* pEntry)
         it = std::find(sortedEnd, m_order.end(), place);
     m_order.erase(it);
 
-    if (!m_index.empty())
-        RemoveFromIndex(FindSlot(pEntry->hash, place));
+    RemoveFromIndex(pEntry->hash, place);
     delete[] pEntry->key;
     *pEntry = Entry{nullptr, nullptr, 0, static_cast<int>(m_nFree)};
     m_nFree = place;
 }
 
 // Closes the gap: an entry behind it moves into it unless it would then stand before the slot of its hash.
-void EntryTable::RemoveFromIndex(std::size_t slot)
+void EntryTable::RemoveFromIndex(std::uint32_t hash, std::uint32_t place)
 {
-    const std::size_t mask = m_index.size() - 1;
-    for (std::size_t i = (slot + 1) & mask; m_index[i] != EMPTY; i = (i + 1) & mask) {
-        const std::size_t home = m_entries[m_index[i]].hash & mask;
-        if (((i - home) & mask) >= ((i - slot) & mask)) {
-            m_index[slot] = m_index[i];
-            slot = i;
+    std::size_t gap = hash & m_nMask;
+    while (m_index[gap].place != place)
+        gap = (gap + 1) & m_nMask;
+    for (std::size_t i = (gap + 1) & m_nMask; m_index[i].place != EMPTY; i = (i + 1) & m_nMask) {
+        const std::size_t home = m_index[i].hash & m_nMask;
+        if (((i - home) & m_nMask) >= ((i - gap) & m_nMask)) {
+            m_index[gap] = m_index[i];
+            gap = i;
         }
     }
-    m_index[slot] = EMPTY;
+    m_index[gap].place = EMPTY;
 }
 
 void EntryTable::Clear()
@@ -136,7 +120,7 @@ void EntryTable::Clear()
     for (Entry& e : m_entries)
         delete[] e.key;
     m_entries.clear();
-    m_index.clear();
+    std::fill(m_index.begin(), m_index.end(), Slot{0, EMPTY});
     m_order.clear();
     m_nFree = EMPTY;
     m_nSorted = 0;

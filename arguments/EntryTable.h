@@ -2,14 +2,13 @@
 // key in constant time, and an order gives the n-th by position: keywords by id, then strings without regard to case.
 //
 // The order is kept up lazily. Entries that arrive in order, as a stream brings them, extend it; others wait behind
-// its sorted part until a position is asked for. A small table is searched in place and has no index.
+// its sorted part until a position is asked for.
 //
 // It knows nothing of locks and references: the container holds its lock around every call and owns the values.
 #pragma once
 
 #include "arguments/Keywords.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -40,7 +39,16 @@ public:
     void Reserve(std::size_t n);
 
     // The key's entry, or null. Good until the next Add or Remove.
-    Entry* Find(const Key& key);
+    Entry* Find(const Key& key)
+    {
+        if (m_index.empty())
+            return nullptr;
+        const Slot* slots = m_index.data();
+        for (std::size_t i = key.hash & m_nMask; slots[i].place != EMPTY; i = (i + 1) & m_nMask)
+            if (slots[i].hash == key.hash && IsOf(m_entries[slots[i].place], key))
+                return &m_entries[slots[i].place];
+        return nullptr;
+    }
     // Adds a key that is not there. Out of memory it throws and the table is as it was.
     void Add(const Key& key, Arg* pArg);
     void Remove(Entry* pEntry);
@@ -56,16 +64,27 @@ public:
 
 private:
     static constexpr std::uint32_t EMPTY = 0xFFFFFFFF;
-    static constexpr std::size_t SMALL = 8;
 
-    std::size_t FindSlot(std::uint32_t hash, std::uint32_t place) const;
-    void Rehash();
-    void RemoveFromIndex(std::size_t slot);
+    struct Slot
+    {
+        std::uint32_t hash;
+        std::uint32_t place;  // or EMPTY
+    };
+
+    static bool IsOf(const Entry& e, const Key& key)
+    {
+        return key.IsKeyword() ? e.id == key.id && e.IsKeyword() : !e.IsKeyword() && SameText(e.key, key.text);
+    }
+    static bool SameText(const char* a, const char* b);
+    void Rehash(std::size_t n);
+    void PutInIndex(std::uint32_t hash, std::uint32_t place);
+    void RemoveFromIndex(std::uint32_t hash, std::uint32_t place);
     void Sort();
 
     std::vector<Entry> m_entries;
-    std::vector<std::uint32_t> m_index;  // open addressing over places, a power of two, at most half full; or empty
+    std::vector<Slot> m_index;           // open addressing, a power of two, at most half full
+    std::size_t m_nMask;                 // slots of m_index less 1
     std::vector<std::uint32_t> m_order;  // places; the first m_nSorted stand in order of position
-    std::uint32_t m_nFree;               // first free place, each holding the next in its id; or EMPTY
     std::size_t m_nSorted;
+    std::uint32_t m_nFree;               // first free place, each holding the next in its id; or EMPTY
 };

@@ -14,10 +14,20 @@ struct Position
 class Arguments::Found
 {
 public:
-    Found(Arguments& rArgs, const char* key, const void* pTarget);
-    Found(Arguments& rArgs, const std::string& key, const void* pTarget);
-    Found(Arguments& rArgs, enum_Keywords eKey, const void* pTarget);
-    Found(Arguments& rArgs, Position position, const void* pTarget);
+    Found(Arguments& rArgs, const char* key, const void* pTarget)
+        : m_lock(&rArgs.m_lock), m_pArg(key != nullptr && pTarget != nullptr ? rArgs.Find(Key(key)) : nullptr)
+    {
+    }
+    Found(Arguments& rArgs, const std::string& key, const void* pTarget) : Found(rArgs, key.c_str(), pTarget) {}
+    Found(Arguments& rArgs, enum_Keywords eKey, const void* pTarget)
+        : m_lock(&rArgs.m_lock), m_pArg(pTarget != nullptr ? rArgs.Find(Key(eKey)) : nullptr)
+    {
+    }
+    Found(Arguments& rArgs, Position position, const void* pTarget) : m_lock(&rArgs.m_lock), m_pArg(nullptr)
+    {
+        if (const EntryTable::Entry* pEntry = pTarget != nullptr ? rArgs.EntryAt(position.iIndex) : nullptr)
+            m_pArg = pEntry->pArg;
+    }
 
     explicit operator bool() const { return m_pArg != nullptr; }
     Arg* operator->() const { return m_pArg; }
@@ -33,10 +43,17 @@ private:
 class Arguments::Made
 {
 public:
-    Made(Arguments& rArgs, const char* key);
-    Made(Arguments& rArgs, const std::string& key);
-    Made(Arguments& rArgs, enum_Keywords eKey);
-    Made(Arguments& rArgs, Position position);
+    Made(Arguments& rArgs, const char* key)
+        : m_lock(&rArgs.m_lock), m_pArg(key != nullptr ? rArgs.Provide(Key(key)) : nullptr)
+    {
+    }
+    Made(Arguments& rArgs, const std::string& key) : Made(rArgs, key.c_str()) {}
+    Made(Arguments& rArgs, enum_Keywords eKey) : m_lock(&rArgs.m_lock), m_pArg(rArgs.Provide(Key(eKey))) {}
+    Made(Arguments& rArgs, Position position) : m_lock(&rArgs.m_lock), m_pArg(nullptr)
+    {
+        if (const EntryTable::Entry* pEntry = rArgs.EntryAt(position.iIndex))
+            m_pArg = pEntry->pArg;
+    }
 
     explicit operator bool() const { return m_pArg != nullptr; }
     Arg* operator->() const { return m_pArg; }

@@ -3,10 +3,16 @@
 Logger::Logger() : m_pLogWrapper(LogWrapper::Instance())
 {
     if (m_pLogWrapper == nullptr)
+        // clang-format off
         throw "Cannot create Logger object without registry path. Use LogWrapper::Instance(std::string& sRegistryPath) the first time Instance is called. ";
+    // clang-format on
 }
 
-Logger::~Logger() { m_pLogWrapper->Release(); }
+Logger::~Logger()
+{
+    if (!m_pLogWrapper->GiveBackReference())
+        m_pLogWrapper->ReleaseLast();
+}
 
 int Logger::Trace(unsigned int mask, const char* fmt, ...)
 {

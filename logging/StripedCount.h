@@ -1,5 +1,6 @@
-// A reference count that threads change without getting in each other's way: every thread adds to a stripe of its
-// own, as far as there are stripes, and the count is their sum. A stripe alone means nothing and may be negative.
+// A reference count that threads change without getting in each other's way: every thread adds to a stripe of
+// its own, as far as there are stripes, and the count is their sum. A stripe alone means nothing and may be
+// negative.
 //
 // The sum is exact when nobody is changing it. It saturates at the largest 32-bit count.
 #pragma once

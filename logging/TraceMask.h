@@ -15,7 +15,14 @@ constexpr unsigned int TRACE_STEP_SKIPPED = 0x2000002;  // a step that was skipp
 // Not a line's mask: set in the trace mask it adds the thread id to the lines that go to the trace server.
 constexpr unsigned int TRACE_THREAD_ID = 0x40000000;
 
-// The call that the classes make. The mask is tested in front, so a line that does not pass costs two loads and
-// evaluates none of its arguments.
-#define ORVEX_TRACE(logger, mask, ...)                                                                                 \
-    ((logger)->IsTraceEnabled(mask) ? static_cast<void>((logger)->Trace(mask, __VA_ARGS__)) : static_cast<void>(0))
+#ifdef __GNUC__
+#define ORVEX_UNLIKELY(b) __builtin_expect(b, false)
+#else
+#define ORVEX_UNLIKELY(b) (b)
+#endif
+
+// The call that the classes make. The mask is tested in front, so a line that does not pass costs two loads
+// and evaluates none of its arguments.
+#define ORVEX_TRACE(logger, mask, ...)                                                                       \
+    (ORVEX_UNLIKELY((logger)->IsTraceEnabled(mask)) ? static_cast<void>((logger)->Trace(mask, __VA_ARGS__))  \
+                                                    : static_cast<void>(0))

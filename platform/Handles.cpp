@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 #include <vector>
@@ -202,8 +204,10 @@ void Signal::Reset()
 
 bool Signal::Take()
 {
-    if (!IsSet() || m_bManualReset)
+    if (m_bManualReset)
         return IsSet();
+    if (!IsSet())
+        return false;
     std::lock_guard<std::mutex> lock(m_Lock);
     const bool bSet = m_bSet.load(std::memory_order_relaxed);
     ResetLocked();
@@ -310,6 +314,28 @@ DWORD WaitForSingleObject(HANDLE hObject, DWORD dwMilliseconds)
     case Waitable::TAKEN_NOT: break;
     }
     return dwMilliseconds == 0 ? WAIT_TIMEOUT : WaitForHandles(1, &hObject, FALSE, dwMilliseconds, -1);
+}
+
+bool StartThread(std::function<void()> body)
+{
+    auto pBody = std::make_unique<std::function<void()>>(std::move(body));
+    const auto run = [](void* p) -> void* {
+        const std::unique_ptr<std::function<void()>> pOwned(static_cast<std::function<void()>*>(p));
+        (*pOwned)();
+        return nullptr;
+    };
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    pthread_t thread;
+    errno = Faults::Hit("pthread_create") ? errno : pthread_create(&thread, nullptr, run, pBody.get());
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (errno != 0)
+        return FailWithErrno();
+    pBody.release();
+    pthread_detach(thread);
+    return true;
 }
 
 DWORD ErrorOf(int iErrno)

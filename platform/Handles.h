@@ -6,6 +6,7 @@
 #include "platform/WinTypes.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -109,6 +110,10 @@ DWORD WaitForHandles(DWORD nCount, const HANDLE* pHandles, BOOL bWaitAll, DWORD 
 // The end of a thread as far as it concerns others: what it owned is abandoned, its windows go.
 void AbandonMutexesOfThread();
 void CloseWindowsOfThread();
+
+// A thread of this folder's own, in which no signals are handled. Nobody waits for its end. False: last
+// error.
+bool StartThread(std::function<void()> body);
 
 DWORD ErrorOf(int iErrno);
 bool FailWithErrno();  // false, and the last error from errno

@@ -6,9 +6,10 @@
 //
 // A value's file holds "dword:00000007", "sz:text" or, for every other type and for data that are not a
 // proper text, "hex(TYPE):0a0b", each with a line feed behind it. The default value is the file "@". In names
-// '/', '%', control characters and a leading '.' or '@' are written as %XX. Files whose names begin with '.'
-// are no part of the tree. A value is replaced by rename and a key goes by rename, so nobody sees half of
-// either. What is in a file but cannot be read as a value gives ERROR_BADDB.
+// '/', '%', control characters and a leading '.' or '@' are written as %xx; where a key and a value have the
+// same name the later one has a '%' behind it. Files whose names begin with '.' are no part of the tree. A
+// value is replaced by rename and a key goes by rename, so nobody sees half of either. What is in a file but
+// cannot be read as a value gives ERROR_BADDB.
 //
 // Names are found without regard to the case of A to Z.
 #pragma once

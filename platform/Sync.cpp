@@ -330,13 +330,7 @@ void* RunThread(void* p)
 }
 }  // namespace
 
-DWORD GetCurrentThreadId()
-{
-    static thread_local DWORD t_dwId __attribute__((tls_model("initial-exec"))) = 0;
-    if (t_dwId == 0)
-        t_dwId = static_cast<DWORD>(gettid());
-    return t_dwId;
-}
+DWORD PlatformThreadId() { return static_cast<DWORD>(gettid()); }
 
 void InitializeCriticalSection(CRITICAL_SECTION* p)
 {

@@ -71,12 +71,17 @@ bool Arg::IsNumeric(std::string s)
 }
 
 // The number, or the number that the text spells; the lock is held.
-bool Arg::ReadNumber(unsigned int* pui)
+inline bool Arg::ReadNumber(unsigned int* pui)
 {
     if (IsNumber(Type())) {
         *pui = m_value;
         return true;
     }
+    return ReadDigits(pui);
+}
+
+bool Arg::ReadDigits(unsigned int* pui)
+{
     if (!IsNumeric(m_string))
         return false;
     *pui = static_cast<unsigned int>(ParseInt(m_string.c_str()));
@@ -271,14 +276,3 @@ bool Arg::SetValue(short s) { return Set(ARG_SHORT, static_cast<unsigned int>(st
 bool Arg::SetValue(unsigned short us) { return Set(ARG_USHORT, us); }
 bool Arg::SetValue(unsigned int ui) { return Set(ARG_UINT, ui); }
 bool Arg::SetValue(int i) { return Set(ARG_INT, static_cast<unsigned int>(i)); }
-
-// The number as its text shows it: 32 bits signed for both wide types.
-int Arg::Signed() const
-{
-    switch (Type()) {
-    case ARG_USHORT: return static_cast<unsigned short>(m_value);
-    case ARG_SHORT: return static_cast<short>(m_value);
-    case ARG_BOOL: return static_cast<unsigned char>(m_value);
-    default: return static_cast<int>(m_value);
-    }
-}

@@ -104,7 +104,16 @@ private:
 
     // The lock is held for these.
     bool ReadNumber(unsigned int* pui);
-    int Signed() const;
+    bool ReadDigits(unsigned int* pui);
+    int Signed() const  // the number as its text shows it: 32 bits signed for both wide types
+    {
+        switch (Type()) {
+        case ARG_USHORT: return static_cast<unsigned short>(m_value);
+        case ARG_SHORT: return static_cast<short>(m_value);
+        case ARG_BOOL: return static_cast<unsigned char>(m_value);
+        default: return static_cast<int>(m_value);
+        }
+    }
     bool Bool() const { return (m_value & 0xFF) != 0; }
     std::string NumberText() const;
     int PackString(Serialize& s);
@@ -115,6 +124,7 @@ private:
     int UnpackString2(Serialize& s);
     static bool NextIsTagZero(Serialize& s);
     int WriteNumber(Serialize& s);
+    int WriteField(Serialize& s, int field);
     int ReadNumberField(Serialize& s);
     int TakeBits(unsigned int ui, unsigned int mask);
 };

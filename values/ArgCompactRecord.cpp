@@ -21,57 +21,55 @@ enum Field
 
 struct CompactTag
 {
-    unsigned char tag;
     unsigned char type;  // the wide tag
     Field field;
-    long long low, high;  // the values that travel so
-    const char* label;
+    const char* label;  // null for a string's tag, and where the tag is not known
 };
 
-// A value takes the first row of its type whose range holds it.
+// By tag.
 constexpr CompactTag COMPACT_TAGS[] = {
     // clang-format off
-    {ARG_NOTSET,                 ARG_NOTSET, FIELD_NONE,   0,         0,         "ARG_NOTSET"},
-    {ARG_SERIAL_INT_AS_BYTE,     ARG_INT,    FIELD_BYTE,   SCHAR_MIN, -1,        "int as byte"},
-    {ARG_SERIAL_INT_AS_UBYTE,    ARG_INT,    FIELD_UBYTE,  0,         UCHAR_MAX, "int as ubyte"},
-    {ARG_SERIAL_INT_AS_SHORT,    ARG_INT,    FIELD_SHORT,  SHRT_MIN,  -129,      "int as short"},
-    {ARG_SERIAL_INT_AS_USHORT,   ARG_INT,    FIELD_USHORT, 256,       USHRT_MAX, "int as ushort"},
-    {ARG_INT,                    ARG_INT,    FIELD_WIDE,   INT_MIN,   INT_MAX,   "int"},
-    {ARG_SERIAL_UINT_AS_UBYTE,   ARG_UINT,   FIELD_UBYTE,  0,         UCHAR_MAX, "uint as ubyte"},
-    {ARG_SERIAL_UINT_AS_USHORT,  ARG_UINT,   FIELD_USHORT, 256,       USHRT_MAX, "uint as ushort"},
-    {ARG_UINT,                   ARG_UINT,   FIELD_WIDE,   0,         UINT_MAX,  "unsigned int"},
-    {ARG_SERIAL_USHORT_AS_UBYTE, ARG_USHORT, FIELD_UBYTE,  0,         UCHAR_MAX, "ushort as ubyte"},
-    {ARG_USHORT,                 ARG_USHORT, FIELD_WIDE,   0,         USHRT_MAX, "unsigned short"},
-    {ARG_SERIAL_SHORT_AS_BYTE,   ARG_SHORT,  FIELD_BYTE,   SCHAR_MIN, -1,        "short as byte"},
-    {ARG_SERIAL_SHORT_AS_UBYTE,  ARG_SHORT,  FIELD_UBYTE,  0,         UCHAR_MAX, "short as ubyte"},
-    {ARG_SHORT,                  ARG_SHORT,  FIELD_WIDE,   SHRT_MIN,  SHRT_MAX,  "short"},
-    {ARG_BOOL,                   ARG_BOOL,   FIELD_WIDE,   0,         UCHAR_MAX, "bool"},
+    /* ARG_NOTSET                 */ {ARG_NOTSET, FIELD_NONE,   "ARG_NOTSET"},
+    /* ARG_INT                    */ {ARG_INT,    FIELD_WIDE,   "int"},
+    /* ARG_UINT                   */ {ARG_UINT,   FIELD_WIDE,   "unsigned int"},
+    /* ARG_USHORT                 */ {ARG_USHORT, FIELD_WIDE,   "unsigned short"},
+    /* ARG_SHORT                  */ {ARG_SHORT,  FIELD_WIDE,   "short"},
+    /* ARG_BOOL                   */ {ARG_BOOL,   FIELD_WIDE,   "bool"},
+    /* ARG_STRING and 7 to 10     */ {}, {}, {}, {}, {},
+    /* ARG_SERIAL_INT_AS_SHORT    */ {ARG_INT,    FIELD_SHORT,  "int as short"},
+    /* ARG_SERIAL_INT_AS_USHORT   */ {ARG_INT,    FIELD_USHORT, "int as ushort"},
+    /* ARG_SERIAL_UINT_AS_USHORT  */ {ARG_UINT,   FIELD_USHORT, "uint as ushort"},
+    /* ARG_SERIAL_INT_AS_BYTE     */ {ARG_INT,    FIELD_BYTE,   "int as byte"},
+    /* ARG_SERIAL_INT_AS_UBYTE    */ {ARG_INT,    FIELD_UBYTE,  "int as ubyte"},
+    /* ARG_SERIAL_UINT_AS_UBYTE   */ {ARG_UINT,   FIELD_UBYTE,  "uint as ubyte"},
+    /* ARG_SERIAL_SHORT_AS_BYTE   */ {ARG_SHORT,  FIELD_BYTE,   "short as byte"},
+    /* ARG_SERIAL_SHORT_AS_UBYTE  */ {ARG_SHORT,  FIELD_UBYTE,  "short as ubyte"},
+    /* ARG_SERIAL_USHORT_AS_UBYTE */ {ARG_USHORT, FIELD_UBYTE,  "ushort as ubyte"},
     // clang-format on
 };
-static_assert(std::size(COMPACT_TAGS) == 15, "every tag of a number, and none");
+static_assert(std::size(COMPACT_TAGS) == ARG_SERIAL_USHORT_AS_UBYTE + 1, "the tag is the index");
 
-// Where the rows of a type begin, by type.
-constexpr int FIRST_ROW[] = {0, 1, 6, 9, 11, 14};
-static_assert(COMPACT_TAGS[FIRST_ROW[ARG_INT]].type == ARG_INT && COMPACT_TAGS[FIRST_ROW[ARG_UINT]].type == ARG_UINT &&
-                  COMPACT_TAGS[FIRST_ROW[ARG_USHORT]].type == ARG_USHORT &&
-                  COMPACT_TAGS[FIRST_ROW[ARG_SHORT]].type == ARG_SHORT && COMPACT_TAGS[FIRST_ROW[ARG_BOOL]].type == ARG_BOOL,
-              "the rows of a type stand together");
+constexpr CompactTag UNKNOWN_TAG = {};
 
-const CompactTag& RowOfValue(int type, long long value)
+// The tag of the smallest field that holds the value. An unsigned int above INT_MAX comes as a negative number.
+int TagOfValue(int type, int i)
 {
-    const CompactTag* row = &COMPACT_TAGS[FIRST_ROW[type]];
-    while (value < row->low || value > row->high)
-        ++row;
-    return *row;
-}
-
-// Null for a tag that is no number's.
-const CompactTag* RowOfTag(int tag)
-{
-    for (const CompactTag& row : COMPACT_TAGS)
-        if (row.tag == tag)
-            return &row;
-    return nullptr;
+    const bool bUByte = i >= 0 && i <= UCHAR_MAX;
+    const bool bUShort = i >= 0 && i <= USHRT_MAX;
+    const bool bByte = i < 0 && i >= SCHAR_MIN;
+    const bool bShort = i < 0 && i >= SHRT_MIN;
+    switch (type) {
+    case ARG_INT:
+        return bUByte    ? ARG_SERIAL_INT_AS_UBYTE
+               : bUShort ? ARG_SERIAL_INT_AS_USHORT
+               : bByte   ? ARG_SERIAL_INT_AS_BYTE
+               : bShort  ? ARG_SERIAL_INT_AS_SHORT
+                         : ARG_INT;
+    case ARG_UINT: return bUByte ? ARG_SERIAL_UINT_AS_UBYTE : bUShort ? ARG_SERIAL_UINT_AS_USHORT : ARG_UINT;
+    case ARG_USHORT: return bUByte ? ARG_SERIAL_USHORT_AS_UBYTE : ARG_USHORT;
+    case ARG_SHORT: return bUByte ? ARG_SERIAL_SHORT_AS_UBYTE : bByte ? ARG_SERIAL_SHORT_AS_BYTE : ARG_SHORT;
+    default: return type;
+    }
 }
 
 // The value of a narrowed field, sign- or zero-extended.
@@ -121,31 +119,35 @@ int Arg::Pack2(Serialize& s)
         ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arg(%p, type(%d))::Pack2, Unknown Arg Type/Value, can't write arg", this, type);
         return -1;
     }
-    const CompactTag& row = RowOfValue(type, type == ARG_UINT ? static_cast<long long>(m_value) : Signed());
-    if (type != ARG_NOTSET)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing type %d (%s)", this, type, row.tag, PACK_TEXTS[type].label);
-    if (s.WriteUByte(row.tag) <= 0) {
+    const int tag = TagOfValue(type, Signed());
+    const bool bSteps = type != ARG_NOTSET && m_pLogger->IsTraceEnabled(TRACE_STEP);
+    if (bSteps)
+        m_pLogger->Trace(TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing type %d (%s)", this, type, tag, PACK_TEXTS[type].label);
+    if (s.WriteUByte(static_cast<unsigned char>(tag)) <= 0) {
         ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write type (%s)", this, type, PACK_TEXTS[type].label);
         return -1;
     }
-    if (type == ARG_INT || type == ARG_UINT)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Pack2, writing value %d", Signed());
-    else if (type != ARG_NOTSET)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing value %d", this, type, Signed());
-    int nWritten = 1;
-    switch (row.field) {
-    case FIELD_NONE: break;
-    case FIELD_BYTE: nWritten = s.WriteByte(static_cast<signed char>(m_value)); break;
-    case FIELD_UBYTE: nWritten = s.WriteUByte(static_cast<unsigned char>(m_value)); break;
-    case FIELD_SHORT: nWritten = s.WriteShort(static_cast<short>(m_value)); break;
-    case FIELD_USHORT: nWritten = s.WriteUShort(static_cast<unsigned short>(m_value)); break;
-    case FIELD_WIDE: nWritten = WriteNumber(s); break;
-    }
-    if (nWritten < 0) {
+    if (bSteps && (type == ARG_INT || type == ARG_UINT))
+        m_pLogger->Trace(TRACE_STEP, "Pack2, writing value %d", Signed());
+    else if (bSteps)
+        m_pLogger->Trace(TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing value %d", this, type, Signed());
+    if (WriteField(s, COMPACT_TAGS[tag].field) < 0) {
         ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, %s %d", this, type, PACK_TEXTS[type].failed, Signed());
         return -1;
     }
     return 1;
+}
+
+int Arg::WriteField(Serialize& s, int field)
+{
+    switch (field) {
+    case FIELD_NONE: return 1;
+    case FIELD_BYTE: return s.WriteByte(static_cast<signed char>(m_value));
+    case FIELD_UBYTE: return s.WriteUByte(static_cast<unsigned char>(m_value));
+    case FIELD_SHORT: return s.WriteShort(static_cast<short>(m_value));
+    case FIELD_USHORT: return s.WriteUShort(static_cast<unsigned short>(m_value));
+    default: return WriteNumber(s);
+    }
 }
 
 int Arg::PackString2(Serialize& s)
@@ -182,26 +184,26 @@ int Arg::Unpack2(Serialize& s)
     SetType(tag);
     if (tag == ARG_STRING)
         return UnpackString2(s);
-    const CompactTag* row = RowOfTag(tag);
-    if (row == nullptr) {
+    const CompactTag& row = tag < std::size(COMPACT_TAGS) ? COMPACT_TAGS[tag] : UNKNOWN_TAG;
+    if (row.label == nullptr) {
         ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arg(%p, type(%d))::Unpack2, read unknown type %d, unable to unpack Arg", this, tag, tag);
         return -1;
     }
-    if (row->field == FIELD_NONE || row->field == FIELD_WIDE)
-        return UnpackWide2(s, row->label);
+    if (row.field == FIELD_NONE || row.field == FIELD_WIDE)
+        return UnpackWide2(s, row.label);
 
     if (tag == ARG_SERIAL_INT_AS_SHORT)
         ORVEX_TRACE(m_pLogger, TRACE_STEP, "Unpack2, read type %d (int as short)", tag);  // sic
     else
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Unpack2, read type %d, (%s)", tag, row->label);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Unpack2, read type %d, (%s)", tag, row.label);
     int i = 0;
-    if (!ReadNarrowField(s, row->field, &i)) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read (%s)", this, tag, row->label);
+    if (!ReadNarrowField(s, row.field, &i)) {
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read (%s)", this, tag, row.label);
         return -1;
     }
-    const bool bWord = row->type == ARG_INT || row->type == ARG_UINT;
+    const bool bWord = row.type == ARG_INT || row.type == ARG_UINT;
     TakeBits(static_cast<unsigned int>(i), bWord ? 0xFFFFFFFF : 0xFFFF);
-    SetType(row->type);
+    SetType(row.type);
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Unpack2, read value %d", Signed());
     return 1;
 }

@@ -9,22 +9,14 @@ namespace {
 class Folders : public testing::Environment
 {
 public:
-    // Before main: the processes that the tests start run with those of the tests.
-    Folders()
+    void SetUp() override
     {
-        if (getenv("ORVEX_TEST_FOLDER") != nullptr)
-            return;
         std::string s = std::filesystem::temp_directory_path() / "orvexplatformtests-XXXXXX";
         m_Folder = mkdtemp(s.data());
-        setenv("ORVEX_TEST_FOLDER", m_Folder.c_str(), 1);
         setenv("ORVEX_REGISTRY", (m_Folder / "registry").c_str(), 1);
         setenv("XDG_RUNTIME_DIR", m_Folder.c_str(), 1);
     }
-    void TearDown() override
-    {
-        if (!m_Folder.empty())
-            std::filesystem::remove_all(m_Folder);
-    }
+    void TearDown() override { std::filesystem::remove_all(m_Folder); }
 
 private:
     std::filesystem::path m_Folder;
