@@ -1,8 +1,8 @@
 // Modules loaded at run time, their exports, and the resources in their files.
 //
 // A module is a shared object; its handle is the address it is loaded at. A resource is a section of its file
-// named TYPE.ID, put there at build time (function orvex_resources in the build file). An entry point DllMain
-// is called at attach and detach if the module links the object library orvexdllentry.
+// named TYPE.ID, put there at build time, and DllMain is called if the module links the object library for
+// that: both in Modules.cmake. What the loader says of a failure goes to the debug output.
 #pragma once
 
 #include "platform/ComRuntime.h"

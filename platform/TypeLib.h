@@ -220,7 +220,7 @@ struct ITypeInfo : IUnknown
     virtual void STDMETHODCALLTYPE ReleaseVarDesc(VARDESC* pVarDesc) = 0;
 };
 
-// GetTypeComp and FindName answer E_NOTIMPL.
+// GetTypeComp, IsName and FindName answer E_NOTIMPL.
 struct ITypeLib : IUnknown
 {
     virtual UINT STDMETHODCALLTYPE GetTypeInfoCount() = 0;

@@ -63,6 +63,7 @@ using HWND = struct HWND__*;
 #define ERROR_DISK_FULL             112
 #define ERROR_INSUFFICIENT_BUFFER   122
 #define ERROR_MOD_NOT_FOUND         126
+#define ERROR_PROC_NOT_FOUND        127
 #define ERROR_ALREADY_EXISTS        183
 #define ERROR_BAD_EXE_FORMAT        193
 #define ERROR_MORE_DATA             234
@@ -77,6 +78,7 @@ using HWND = struct HWND__*;
 #define ERROR_CLASS_ALREADY_EXISTS  1410
 #define ERROR_NO_SYSTEM_RESOURCES   1450
 #define ERROR_TIMEOUT               1460
+#define ERROR_RESOURCE_NAME_NOT_FOUND 1814
 
 #define SYNCHRONIZE 0x00100000
 
