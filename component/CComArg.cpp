@@ -35,9 +35,11 @@ HRESULT CComArg::Create(CComArg** ppComArg)
     return hr;
 }
 
-CComArg* CComArg::OwnObject(IArg* pArg)
+CComArg* CComArg::OwnObject(IUnknown* pArg)
 {
-    return TableOf(pArg) == s_pTable.load(std::memory_order_relaxed) ? static_cast<CComArg*>(pArg) : nullptr;
+    if (TableOf(pArg) != s_pTable.load(std::memory_order_relaxed))
+        return nullptr;
+    return static_cast<CComArg*>(static_cast<IArg*>(pArg));
 }
 
 HRESULT CComArg::GetArgOf(IArg* pComArg, Arg** ppArg)

@@ -22,8 +22,8 @@ public:
     // A new object the way a client makes one, with a reference for the caller; or a failure.
     static HRESULT Create(CComArg** ppComArg);
 
-    // The object behind the interface if it is one of this class in this module, else null.
-    static CComArg* OwnObject(IArg* pArg);
+    // The object behind what was given out as its IArg, if it is one of this class in this module; else null.
+    static CComArg* OwnObject(IUnknown* pArg);
 
     // The value that an interface stands for, with a reference; E_POINTER for an object of anyone else.
     static HRESULT GetArgOf(IArg* pComArg, Arg** ppArg);

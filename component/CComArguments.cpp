@@ -35,11 +35,11 @@ HRESULT CComArguments::Create(CComArguments** ppComArguments)
     return hr;
 }
 
-CComArguments* CComArguments::OwnObject(IArguments* pArguments)
+CComArguments* CComArguments::OwnObject(IUnknown* pArguments)
 {
-    return TableOf(pArguments) == s_pTable.load(std::memory_order_relaxed)
-               ? static_cast<CComArguments*>(pArguments)
-               : nullptr;
+    if (TableOf(pArguments) != s_pTable.load(std::memory_order_relaxed))
+        return nullptr;
+    return static_cast<CComArguments*>(static_cast<IArguments*>(pArguments));
 }
 
 CComArguments::CComArguments(IUnknown* pOuter) : ComObject(pOuter), m_pArguments(nullptr)

@@ -30,8 +30,9 @@ public:
     // A new object the way a client makes one, with a reference for the caller; or a failure.
     static HRESULT Create(CComArguments** ppComArguments);
 
-    // The object behind the interface if it is one of this class in this module, else null.
-    static CComArguments* OwnObject(IArguments* pArguments);
+    // The object behind what was given out as its IArguments, if it is one of this class in this module; else
+    // null.
+    static CComArguments* OwnObject(IUnknown* pArguments);
 
     explicit CComArguments(IUnknown* pOuter);
     ~CComArguments() override;

@@ -87,9 +87,9 @@ public:
         if (pDispatch == nullptr)
             Fail(E_POINTER, "Invalid pointer.");
         else if (Query(pDispatch, IID_IArg))
-            Take(CComArg::OwnObject(static_cast<IArg*>(m_pInterface.get())));
+            Take(CComArg::OwnObject(m_pInterface.get()));
         else if (Query(pDispatch, IID_IArguments))
-            Take(CComArguments::OwnObject(static_cast<IArguments*>(m_pInterface.get())));
+            Take(CComArguments::OwnObject(m_pInterface.get()));
         else
             Fail(E_FAIL, strangerText);
     }

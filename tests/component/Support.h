@@ -61,6 +61,14 @@ void SetLogging(const char* name, DWORD dw);
 // Runs the tests with the module registered. Whatever the main program of tests returns.
 int RunWithModule(int argc, char** argv, void (*prepare)());
 
+// What is allocated in its scope is meant to stay.
+class LeakAllowed
+{
+public:
+    LeakAllowed();
+    ~LeakAllowed();
+};
+
 Ref<IArguments> NewArguments();
 Ref<IArg> NewArg();
 
