@@ -325,6 +325,7 @@ void* RunThread(void* p)
     sem_post(&pGiven->Started);
     start.pStart(start.pArg);
     AbandonMutexesOfThread();
+    CloseWindowsOfThread();
     start.pThread->m_Ended.Set();
     return nullptr;
 }

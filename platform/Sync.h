@@ -65,7 +65,8 @@ inline DWORD GetCurrentThreadId()
     return t_dwId;
 }
 
-// What tells the calling thread from every other that lives: pthread_self() without the call where there is a way.
+// What tells the calling thread from every other that lives: pthread_self() without the call where there is a
+// way.
 inline pthread_t PlatformSelf()
 {
 #ifdef __x86_64__
