@@ -19,6 +19,13 @@ namespace {
 
 thread_local bool t_bFreeing = false;
 
+// Held while a module is loaded or unloaded, as on Windows, and so while its DllMain runs.
+std::recursive_mutex& LoaderLock()
+{
+    static std::recursive_mutex& s_rLock = *new std::recursive_mutex;
+    return s_rLock;
+}
+
 // The loader's handle of a module that is loaded; it counts as one more load. Null: no module.
 void* LoaderHandle(HMODULE hModule)
 {
@@ -175,6 +182,7 @@ HMODULE LoadLibraryA(LPCSTR lpLibFileName)
     // The loader keeps the path it was given, and a folder may change.
     if (sPath.find('/') != std::string::npos)
         sPath = std::filesystem::absolute(sPath).lexically_normal();
+    std::lock_guard<std::recursive_mutex> lock(LoaderLock());
     void* p = dlopen(sPath.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (p == nullptr) {
         OutputDebugStringA(dlerror());
@@ -186,6 +194,7 @@ HMODULE LoadLibraryA(LPCSTR lpLibFileName)
 
 BOOL FreeLibrary(HMODULE hLibModule)
 {
+    std::lock_guard<std::recursive_mutex> lock(LoaderLock());
     void* p = LoaderHandle(hLibModule);
     if (p == nullptr)
         return FALSE;

@@ -507,7 +507,8 @@ HRESULT LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib)
     if (!PlatformReadTypeLibText(ReadLibraryFile(PlatformFilePath(PlatformNarrow(szFile))), &model))
         return TYPE_E_CANTLOADLIBRARY;
     *pptlib = new Library(std::move(model));
-    const HRESULT hr = regkind == REGKIND_REGISTER ? RegisterTypeLib(*pptlib, szFile, nullptr) : S_OK;
+    const HRESULT hr =
+        regkind == REGKIND_REGISTER ? RegisterTypeLib(*pptlib, const_cast<LPOLESTR>(szFile), nullptr) : S_OK;
     if (FAILED(hr)) {
         (*pptlib)->Release();
         *pptlib = nullptr;

@@ -54,10 +54,10 @@ ULONG_PTR WordOf(const VARIANT& v)
 }
 
 // Arguments in the order of the parameters, with what had to be converted for them.
-class Arguments
+class CallArguments
 {
 public:
-    ~Arguments()
+    ~CallArguments()
     {
         for (std::size_t i = 0; i < m_nConverted; ++i)
             VariantClear(&m_converted[i]);
@@ -107,7 +107,7 @@ private:
     VARIANT m_converted[MOST_METHOD_PARAMS];
 };
 
-// A name that no parameter has, a parameter named twice, or more arguments than parameters.
+// Refuses names that no parameter has, and more arguments than parameters.
 HRESULT CheckCount(const TypeLibMethod& rMethod, const DISPPARAMS& params, UINT* puArgErr)
 {
     const std::size_t nParams = rMethod.InParams();
@@ -141,7 +141,7 @@ HRESULT PlatformInvokeMethod(const TypeLibMethod& rMethod, SHORT oVft, void* pvI
     HRESULT hr = CheckCount(rMethod, *pDispParams, puArgErr);
     if (FAILED(hr))
         return hr;
-    Arguments arguments;
+    CallArguments arguments;
     hr = arguments.Take(rMethod, *pDispParams, puArgErr);
     if (FAILED(hr))
         return hr;
@@ -161,9 +161,11 @@ HRESULT PlatformInvokeMethod(const TypeLibMethod& rMethod, SHORT oVft, void* pvI
         FillException(hr, pExcepInfo);
         return DISP_E_EXCEPTION;
     }
-    if (pVarResult != nullptr)
+    // A result is never handed out as a reference.
+    hr = V_ISBYREF(&result) && pVarResult != nullptr ? VariantCopyInd(pVarResult, &result) : S_OK;
+    if (pVarResult != nullptr && !V_ISBYREF(&result))
         *pVarResult = result;
     else
         VariantClear(&result);
-    return S_OK;
+    return hr;
 }
