@@ -245,7 +245,6 @@ private:
 }  // namespace
 
 LPVOID CoTaskMemAlloc(SIZE_T cb) { return std::malloc(cb != 0 ? cb : 1); }
-LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb) { return std::realloc(pv, cb); }
 void CoTaskMemFree(LPVOID pv) { std::free(pv); }
 
 HRESULT IIDFromString(LPCOLESTR lpsz, IID* piid)
@@ -284,8 +283,6 @@ HRESULT StringFromCLSID(REFCLSID rclsid, LPOLESTR* lplpsz)
     FormatGuid(rclsid, sz);
     return CopyOut(sz, lplpsz);
 }
-
-HRESULT StringFromIID(REFIID rclsid, LPOLESTR* lplpsz) { return StringFromCLSID(rclsid, lplpsz); }
 
 HRESULT CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid)
 {

@@ -110,7 +110,6 @@ struct IClassFactory : IUnknown
 };
 
 LPVOID CoTaskMemAlloc(SIZE_T cb);
-LPVOID CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
 void CoTaskMemFree(LPVOID pv);
 
 // Text form of an identifier, "{E06D9954-E730-11D4-9D3C-0010B5522A44}", in either case of letters.
@@ -118,7 +117,6 @@ HRESULT CLSIDFromString(LPCOLESTR lpsz, CLSID* pclsid);  // takes a program's na
 HRESULT IIDFromString(LPCOLESTR lpsz, IID* piid);
 int StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
 HRESULT StringFromCLSID(REFCLSID rclsid, LPOLESTR* lplpsz);
-HRESULT StringFromIID(REFIID rclsid, LPOLESTR* lplpsz);
 HRESULT CLSIDFromProgID(LPCOLESTR lpszProgID, CLSID* pclsid);
 HRESULT ProgIDFromCLSID(REFCLSID rclsid, LPOLESTR* lplpszProgID);
 

@@ -1,5 +1,6 @@
 #include "platform/Text.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -7,7 +8,7 @@
 #include <langinfo.h>
 #include <string>
 
-// ASCII goes eight characters at a time; UTF-8 is coded here, other encodings by the C library.
+// What is ASCII at the start goes at once; UTF-8 is coded here, other encodings by the C library.
 
 namespace {
 
@@ -25,15 +26,15 @@ public:
             m_p[m_n] = c;
         ++m_n;
     }
-    // Room for n more, for writing them at once; null where they don't fit.
-    Char* Take(int n)
+    // Characters that are the same on both sides.
+    template <class From> void PutAll(const From* p, int n)
     {
-        Char* p = m_n + n <= m_nRoom ? m_p + m_n : nullptr;
-        if (p != nullptr || m_bCount)
-            m_n += n;
-        return p;
+        const int nFit =
+            static_cast<int>(std::min<std::int64_t>(n, std::max<std::int64_t>(m_nRoom - m_n, 0)));
+        for (int i = 0; i < nFit; ++i)
+            m_p[m_n + i] = static_cast<Char>(p[i]);
+        m_n += n;
     }
-    bool CountsOnly() const { return m_bCount; }
     int Result() const
     {
         if (m_bCount || m_n <= m_nRoom)
@@ -49,40 +50,30 @@ private:
     bool m_bCount;
 };
 
-// Characters of 7 bits at the start, a multiple of eight; they are copied if there is room for them.
-int CopyAscii(const char* p, int n, Output<WCHAR>* pOut)
+// How many characters of 7 bits the text starts with.
+int AsciiLength(const char* p, int n)
 {
     int i = 0;
-    for (; n - i >= 8; i += 8) {
-        std::uint64_t u;
-        std::memcpy(&u, p + i, 8);
+    for (std::uint64_t u; n - i >= 8; i += 8) {
+        std::memcpy(&u, p + i, sizeof u);
         if ((u & 0x8080808080808080u) != 0)
             break;
-        WCHAR* pTo = pOut->Take(8);
-        if (pTo == nullptr && !pOut->CountsOnly())
-            break;
-        if (pTo != nullptr)
-            for (int k = 0; k < 8; ++k)
-                pTo[k] = static_cast<unsigned char>(p[i + k]);
     }
+    while (i < n && static_cast<signed char>(p[i]) >= 0)
+        ++i;
     return i;
 }
 
-int CopyAscii(const WCHAR* p, int n, Output<char>* pOut)
+int AsciiLength(const WCHAR* p, int n)
 {
     int i = 0;
-    for (; n - i >= 8; i += 8) {
-        std::uint64_t u[2];
-        std::memcpy(u, p + i, 16);
+    for (std::uint64_t u[2]; n - i >= 8; i += 8) {
+        std::memcpy(u, p + i, sizeof u);
         if (((u[0] | u[1]) & 0xFF80FF80FF80FF80u) != 0)
             break;
-        char* pTo = pOut->Take(8);
-        if (pTo == nullptr && !pOut->CountsOnly())
-            break;
-        if (pTo != nullptr)
-            for (int k = 0; k < 8; ++k)
-                pTo[k] = static_cast<char>(p[i + k]);
     }
+    while (i < n && p[i] < 0x80)
+        ++i;
     return i;
 }
 
@@ -218,19 +209,16 @@ int MultiByteToWideChar(UINT uCodePage, DWORD dwFlags, const char* narrow, int c
         return 0;
     const int n = cbNarrow < 0 ? WithTerminator(narrow) : cbNarrow;
     Output<WCHAR> out(wide, cchWide);
-    int i = CopyAscii(narrow, n, &out);
-    int nBytes = 1;
+    int i = AsciiLength(narrow, n);
+    out.PutAll(narrow, i);
+    if (i == n)
+        return out.Result();
+    const bool bUtf8 = WantsUtf8(uCodePage);
     std::mbstate_t state{};
-    for (const bool bUtf8 = WantsUtf8(uCodePage); i < n; i += nBytes) {
-        if (static_cast<signed char>(narrow[i]) > 0) {
-            out.Put(static_cast<WCHAR>(narrow[i]));
-            nBytes = 1;
-            continue;
-        }
+    for (int nBytes = 1; i < n; i += nBytes)
         PutUtf16(bUtf8 ? FromUtf8(narrow + i, n - i, &nBytes)
                        : FromLocale(narrow + i, n - i, &state, &nBytes),
                  &out);
-    }
     return out.Result();
 }
 
@@ -245,12 +233,15 @@ int WideCharToMultiByte(UINT uCodePage, DWORD dwFlags, const WCHAR* wide, int cc
     }
     const int n = cchWide < 0 ? WithTerminator(wide) : cchWide;
     Output<char> out(narrow, cbNarrow);
-    int i = CopyAscii(wide, n, &out);
-    int nUnits = 1;
+    int i = AsciiLength(wide, n);
+    out.PutAll(wide, i);
+    if (i == n)
+        return out.Result();
+    const bool bUtf8 = WantsUtf8(uCodePage);
     std::mbstate_t state{};
-    for (const bool bUtf8 = WantsUtf8(uCodePage); i < n; i += nUnits) {
+    for (int nUnits = 1; i < n; i += nUnits) {
         const char32_t c = FromUtf16(wide + i, n - i, &nUnits);
-        if (bUtf8 || c < 0x80)
+        if (bUtf8)
             PutUtf8(c, &out);
         else
             PutLocale(c, &state, &out);

@@ -142,15 +142,6 @@ void RemoveIfEmpty(const std::string& sPath)
 
 }  // namespace
 
-HRESULT QueryPathOfRegTypeLib(REFGUID guid, USHORT wMaj, USHORT wMin, LCID lcid, BSTR* lpbstrPathName)
-{
-    if (lpbstrPathName == nullptr)
-        return E_INVALIDARG;
-    const std::string sPath = FindPath(guid, wMaj, wMin, lcid);
-    *lpbstrPathName = sPath.empty() ? nullptr : SysAllocString(PlatformWiden(sPath).c_str());
-    return sPath.empty() ? TYPE_E_LIBNOTREGISTERED : S_OK;
-}
-
 HRESULT LoadRegTypeLib(REFGUID rguid, WORD wVerMajor, WORD wVerMinor, LCID lcid, ITypeLib** pptlib)
 {
     if (pptlib == nullptr)
