@@ -69,6 +69,16 @@ TEST(TextConvert, BrokenTextBecomesReplacementCharacters)
         EXPECT_EQ(ToNarrow(row.wide), row.narrow) << row.what;
 }
 
+// No surrogate comes out of them and nothing above the last character, however many replacements do.
+TEST(TextConvert, BytesOfWhatIsNoCharacter)
+{
+    for (const char* p :
+         {"\xED\xA0\x80", "\xED\xBF\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80"}) {
+        const Wide wide = ToWide(p);
+        EXPECT_TRUE(!wide.empty() && wide == Wide(wide.size(), 0xFFFD)) << testing::PrintToString(p);
+    }
+}
+
 TEST(TextConvert, LengthMinusOneCountsTheTerminator)
 {
     for (const UINT uPage : {UINT{CP_ACP}, UINT{CP_THREAD_ACP}, UINT{CP_UTF8}}) {
