@@ -15,6 +15,9 @@
 #endif
 #include <windows.h>
 
+#include <objbase.h>
+#include <oleauto.h>
+
 #include <mbctype.h>
 #include <mbstring.h>
 #include <process.h>
@@ -27,11 +30,15 @@
 
 #else
 
+#include "platform/ComRuntime.h"
 #include "platform/DebugOutput.h"
+#include "platform/Modules.h"
+#include "platform/OleAuto.h"
 #include "platform/Processes.h"
 #include "platform/Registry.h"
 #include "platform/Sync.h"
 #include "platform/Text.h"
+#include "platform/TypeLib.h"
 #include "platform/WinTypes.h"
 #include "platform/WindowMessages.h"
 

@@ -2,6 +2,7 @@
 
 #include "platform/Faults.h"
 #include "platform/Handles.h"
+#include "platform/ModuleFile.h"
 #include "platform/Sync.h"
 
 #include <algorithm>
@@ -385,18 +386,24 @@ BOOL GetExitCodeProcess(HANDLE hProcess, DWORD* pdwExitCode)
 
 DWORD GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
 
-DWORD GetModuleFileNameA(HMODULE hModule, char* fileName, DWORD nSize)
+static std::string ExecutablePath()
 {
     char path[4096];
-    const ssize_t n = hModule != nullptr ? -1 : readlink("/proc/self/exe", path, sizeof path);
-    if (n <= 0 || fileName == nullptr || nSize == 0) {
-        SetLastError(hModule != nullptr ? ERROR_NOT_SUPPORTED : ERROR_INVALID_PARAMETER);
-        return 0;
-    }
-    std::string s(path, static_cast<size_t>(n));
+    const ssize_t n = readlink("/proc/self/exe", path, sizeof path);
+    std::string s(path, static_cast<size_t>(std::max<ssize_t>(n, 0)));
     const std::string sDeleted = " (deleted)";  // what the system adds when the file is gone or replaced
     if (s.size() > sDeleted.size() && s.compare(s.size() - sDeleted.size(), sDeleted.size(), sDeleted) == 0)
         s.resize(s.size() - sDeleted.size());
+    return s;
+}
+
+DWORD GetModuleFileNameA(HMODULE hModule, char* fileName, DWORD nSize)
+{
+    std::string s = hModule == nullptr ? ExecutablePath() : PlatformModulePath(hModule);
+    if (s.empty() || fileName == nullptr || nSize == 0) {
+        SetLastError(s.empty() ? ERROR_MOD_NOT_FOUND : ERROR_INVALID_PARAMETER);
+        return 0;
+    }
     std::replace(s.begin(), s.end(), '/', '\\');
     const DWORD dwCopied = std::min<DWORD>(nSize - 1, static_cast<DWORD>(s.size()));
     memcpy(fileName, s.data(), dwCopied);
@@ -438,7 +445,7 @@ BOOL GetModuleHandleExA(DWORD dwFlags, const char* address, HMODULE* phModule)
         p = dlopen(*pMap->l_name != '\0' ? pMap->l_name : nullptr, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
     if (p == nullptr)
         SetLastError(ERROR_MOD_NOT_FOUND);
-    *phModule = static_cast<HMODULE>(p);
+    *phModule = p != nullptr ? PlatformModuleOf(address) : nullptr;
     return p != nullptr;
 }
 

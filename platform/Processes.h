@@ -50,8 +50,9 @@ BOOL GetExitCodeProcess(HANDLE hProcess, DWORD* pdwExitCode);
 
 DWORD GetCurrentProcessId();
 
-// The executable of the process, and nothing else: hModule is null. The path has backslashes for its slashes,
-// since code written for Windows takes what follows the last of them as the file's name.
+// Where the executable or a loaded module is. The path has backslashes for its slashes, since code written
+// for Windows takes what follows the last of them as the file's name; calls that take a file's path take such
+// ones.
 DWORD GetModuleFileNameA(HMODULE hModule, char* fileName, DWORD nSize);
 
 BOOL GetUserNameA(char* buffer, DWORD* pcbBuffer);

@@ -44,6 +44,16 @@ inline LONG64 InterlockedExchangeAdd64(LONG64 volatile* p, LONG64 ll)
     return __atomic_fetch_add(p, ll, __ATOMIC_SEQ_CST);
 }
 
+inline LONG InterlockedExchange(LONG volatile* p, LONG l)
+{
+    return __atomic_exchange_n(p, l, __ATOMIC_SEQ_CST);
+}
+
+inline void* InterlockedExchangePointer(void* volatile* p, void* pv)
+{
+    return __atomic_exchange_n(p, pv, __ATOMIC_SEQ_CST);
+}
+
 DWORD PlatformThreadId();
 
 // Each module of the process keeps a copy of its own; a place in the static block makes it one load.

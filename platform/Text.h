@@ -1,4 +1,4 @@
-// Narrow text as the language runtime of Windows offers it.
+// Narrow text as the language runtime of Windows offers it, and its conversion from and to wide text.
 //
 // The _ismbc family classifies 7-bit characters; anything else belongs to no class.
 #pragma once
@@ -49,3 +49,35 @@ struct SYSTEMTIME
 void GetLocalTime(SYSTEMTIME* p);
 
 int _getpid();
+
+#define CP_ACP        0
+#define CP_THREAD_ACP 3
+#define CP_UTF8       65001
+
+#define LOCALE_IDEFAULTANSICODEPAGE 0x1004
+#define VER_PLATFORM_WIN32_NT       2
+
+// CP_ACP and CP_THREAD_ACP are both the narrow encoding of the C library's current locale. A locale of 7
+// bits, that of a process that never chose one, counts as UTF-8. Flags are 0, and no default character is
+// taken: what has no counterpart becomes U+FFFD, and a question mark in an encoding that lacks it.
+int WideCharToMultiByte(UINT uCodePage, DWORD dwFlags, const WCHAR* wide, int cchWide, char* narrow,
+                        int cbNarrow, const char* defaultChar, BOOL* pbUsedDefaultChar);
+int MultiByteToWideChar(UINT uCodePage, DWORD dwFlags, const char* narrow, int cbNarrow, WCHAR* wide,
+                        int cchWide);
+
+UINT GetACP();
+LCID GetThreadLocale();
+// LOCALE_IDEFAULTANSICODEPAGE alone.
+int GetLocaleInfoA(LCID lcid, DWORD dwType, char* data, int cbData);
+
+struct OSVERSIONINFOA
+{
+    DWORD dwOSVersionInfoSize;
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformId;
+    char szCSDVersion[128];
+};
+// The version whose behaviour the stand-ins follow.
+BOOL GetVersionExA(OSVERSIONINFOA* pVersion);

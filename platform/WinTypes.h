@@ -18,6 +18,11 @@ using LONG_PTR = std::intptr_t;
 using ULONG_PTR = std::uintptr_t;
 using DWORD_PTR = std::uintptr_t;
 using TCHAR = char;
+using WCHAR = char16_t;
+using OLECHAR = WCHAR;
+using LPWSTR = WCHAR*;
+using LPCWSTR = const WCHAR*;
+using LCID = DWORD;
 using LPSTR = char*;
 using LPCSTR = const char*;
 using PVOID = void*;
@@ -58,11 +63,13 @@ using HWND = struct HWND__*;
 #define ERROR_DISK_FULL             112
 #define ERROR_INSUFFICIENT_BUFFER   122
 #define ERROR_MOD_NOT_FOUND         126
+#define ERROR_PROC_NOT_FOUND        127
 #define ERROR_ALREADY_EXISTS        183
 #define ERROR_BAD_EXE_FORMAT        193
 #define ERROR_MORE_DATA             234
 #define ERROR_NO_MORE_ITEMS         259
 #define ERROR_NOT_OWNER             288
+#define ERROR_INVALID_FLAGS         1004
 #define ERROR_BADDB                 1009
 #define ERROR_KEY_DELETED           1018
 #define ERROR_NONE_MAPPED           1332
@@ -72,6 +79,7 @@ using HWND = struct HWND__*;
 #define ERROR_CLASS_DOES_NOT_EXIST  1411
 #define ERROR_NO_SYSTEM_RESOURCES   1450
 #define ERROR_TIMEOUT               1460
+#define ERROR_RESOURCE_NAME_NOT_FOUND 1814
 
 #define SYNCHRONIZE 0x00100000
 

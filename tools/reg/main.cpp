@@ -1,5 +1,7 @@
-// orvexreg: looks into the registry and changes it, in the words of the Windows command reg.
+// orvexreg: looks into the registry and changes it, in the words of the Windows command reg; and registers
+// modules.
 #include "tools/reg/Commands.h"
+#include "tools/reg/Modules.h"
 
 #include <CLI/CLI.hpp>
 
@@ -32,7 +34,8 @@ std::string BehindColon(const std::string& sValue) { return sValue.substr(1); }
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Looks into the registry and changes it. A KEY is HKLM\\..., HKCU\\... or HKCR\\...");
+    CLI::App app(
+        "Looks into the registry and changes it; registers modules. A KEY is HKLM\\..., HKCU\\... or HKCR\\...");
     app.require_subcommand(1);
     RegistryCommand command;
     int iResult = 0;
@@ -66,6 +69,15 @@ int main(int argc, char** argv)
     pDelete->add_flag("--va", command.bAllValues, "/va: all values, not the key");
     pDelete->add_flag("--f", command.bForce, "/f: deletes without a question");
     pDelete->callback([&] { iResult = command.Delete(); });
+
+    std::string sModule;
+    CLI::App* const pRegister = app.add_subcommand("register", "Registers a module by its own entry point");
+    pRegister->add_option("MODULE", sModule)->required();
+    pRegister->callback([&] { iResult = RegisterModule(sModule); });
+
+    CLI::App* const pUnregister = app.add_subcommand("unregister", "Takes a module's registration back");
+    pUnregister->add_option("MODULE", sModule)->required();
+    pUnregister->callback([&] { iResult = UnregisterModule(sModule); });
 
     try {
         app.parse(PlainSwitches(argc, argv));
