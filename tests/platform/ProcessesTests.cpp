@@ -51,7 +51,7 @@ TEST(Processes, ComeToAnExitCode)
     EXPECT_EQ(DWORD(STILL_ACTIVE), dwCode);
     door.Open();
     EXPECT_EQ(7u, waiting.Wait());
-    for (const DWORD dw : {0, 1, 255})
+    for (const DWORD dw : {DWORD(0), DWORD(1), DWORD(255)})
         EXPECT_EQ(dw, Child("exit", std::to_string(dw)).Wait());
 }
 
