@@ -11,6 +11,8 @@
 #include <mutex>
 #include <string>
 
+#pragma GCC visibility push(hidden)
+
 class HandleObject
 {
 public:
@@ -120,3 +122,5 @@ bool FailWithErrno();  // false, and the last error from errno
 
 // Nanoseconds of the clock that all processes of the machine share.
 std::int64_t MonotonicNow();
+
+#pragma GCC visibility pop

@@ -11,6 +11,8 @@
 #include <unordered_map>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 class MessageQueue;
 
 // A window as this process knows it: its own, or another's that it has found.
@@ -32,7 +34,7 @@ struct Window
 
     // Connections that wait for their next message; a sender has one for itself meanwhile.
     std::mutex Lock;
-    std::vector<Descriptor> IdleLinks;
+    std::vector<WindowLink> IdleLinks;
 };
 
 class MessageQueue
@@ -99,3 +101,5 @@ private:
     bool m_bQuit = false;
     int m_iExitCode = 0;
 };
+
+#pragma GCC visibility pop

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 struct RegistryValue
 {
     DWORD dwType = REG_NONE;
@@ -47,3 +49,5 @@ LONG RemoveKey(int iFolder, const std::string& sName);
 bool KeyDeleted(int iFolder);
 // A failed step on an open key.
 LONG KeyError(int iFolder, int iErrno);
+
+#pragma GCC visibility pop

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 class RegistryWatch : public std::enable_shared_from_this<RegistryWatch>
 {
 public:
@@ -40,3 +42,5 @@ private:
     bool m_bChanged = false;  // and nobody was told
     std::vector<std::shared_ptr<Event>> m_Armed;
 };
+
+#pragma GCC visibility pop

@@ -9,6 +9,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#pragma GCC visibility push(hidden)
+
 // Not open: last error.
 Descriptor OpenRuntimeFolder();
 
@@ -25,3 +27,5 @@ Descriptor BindRuntimeSocket(const std::string& sFileName, int iType);
 
 // Whether the other side of a socket is this user's; its process id in either case, if wanted.
 bool PeerIsThisUser(int fd, DWORD* pdwProcessId);
+
+#pragma GCC visibility pop

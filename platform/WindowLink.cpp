@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -93,6 +94,21 @@ bool ReadFrom(const Descriptor& file, std::vector<char>* pData)
     return true;
 }
 
+bool SetPatience(WindowLink* pLink, UINT uTimeout)
+{
+    if (pLink->uPatience == uTimeout)
+        return true;
+    timeval patience{};
+    if (uTimeout != INFINITE) {
+        patience.tv_sec = uTimeout / 1000;
+        patience.tv_usec = static_cast<suseconds_t>(uTimeout % 1000) * 1000;
+    }
+    if (setsockopt(pLink->Socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience) != 0)
+        return false;
+    pLink->uPatience = uTimeout;
+    return true;
+}
+
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
 }  // namespace
@@ -120,6 +136,7 @@ Descriptor ConnectToWindow(const std::string& sFileName)
         FailWithErrno();
         return Descriptor();
     }
+    fcntl(link.Get(), F_SETFL, 0);
     return link;
 }
 
@@ -129,8 +146,10 @@ bool HungUp(int fd)
     return poll(&polled, 1, 0) > 0;
 }
 
-DWORD SendRequest(int fd, WindowRequest* pRequest, const void* pData, LRESULT* plResult, bool* pbBroken)
+DWORD SendRequest(WindowLink* pLink, WindowRequest* pRequest, const void* pData, UINT uTimeout,
+                  LRESULT* plResult, bool* pbBroken)
 {
+    const int fd = pLink->Socket.Get();
     const bool bLarge = pRequest->cbData > PACKET_DATA_BYTES;
     Packet packet(pRequest, sizeof *pRequest, const_cast<void*>(pData), bLarge ? 0 : pRequest->cbData);
     Descriptor large;
@@ -141,8 +160,12 @@ DWORD SendRequest(int fd, WindowRequest* pRequest, const void* pData, LRESULT* p
             return ERROR_NOT_ENOUGH_MEMORY;
         packet.Attach(large.Get());
     }
+    // A read that blocks is one call less than a poll in front of it. It is good for the first answer of a
+    // message that went out at once; whatever else comes about, the deadline has the say.
+    bool bBlocking = uTimeout != 0 && SetPatience(pLink, uTimeout);
     while ((Faults::Hit("sendmsg") ? -1 : sendmsg(fd, &packet.Message, MSG_DONTWAIT | MSG_NOSIGNAL)) < 0) {
         if (errno == EAGAIN) {
+            bBlocking = false;
             const DWORD dwError = WaitFor(fd, POLLOUT, pRequest->nDeadline);
             if (dwError != ERROR_SUCCESS)
                 return dwError;
@@ -151,12 +174,13 @@ DWORD SendRequest(int fd, WindowRequest* pRequest, const void* pData, LRESULT* p
             return *pbBroken ? ERROR_INVALID_WINDOW_HANDLE : ErrorOf(errno);
         }
     }
-    for (;;) {
-        const DWORD dwError = WaitFor(fd, POLLIN, pRequest->nDeadline);
+    for (;; bBlocking = false) {
+        const DWORD dwError = bBlocking ? ERROR_SUCCESS : WaitFor(fd, POLLIN, pRequest->nDeadline);
         if (dwError != ERROR_SUCCESS)
             return dwError;
         WindowAnswer answer;
-        const ssize_t n = Faults::Hit("recv") ? -1 : recv(fd, &answer, sizeof answer, MSG_DONTWAIT);
+        const ssize_t n =
+            Faults::Hit("recv") ? -1 : recv(fd, &answer, sizeof answer, bBlocking ? 0 : MSG_DONTWAIT);
         if (n < 0 && (errno == EAGAIN || errno == EINTR))
             continue;
         if (n != static_cast<ssize_t>(sizeof answer)) {

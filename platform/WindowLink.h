@@ -4,9 +4,12 @@
 #pragma once
 
 #include "platform/Handles.h"
+#include "platform/Sync.h"
 #include "platform/WindowMessages.h"
 
 #include <vector>
+
+#pragma GCC visibility push(hidden)
 
 struct WindowRequest
 {
@@ -29,14 +32,23 @@ constexpr size_t PACKET_DATA_BYTES = 60 * 1024;
 
 std::string WindowFileName(const char* className, const char* windowName);
 
+// A connection for one message at a time, by a socket that blocks in reads for so long as was set last.
+struct WindowLink
+{
+    Descriptor Socket;
+    UINT uPatience = INFINITE;
+};
+
 // Not open: last error.
 Descriptor ConnectToWindow(const std::string& sFileName);
 bool HungUp(int fd);
 
-// The client's side: sends and waits for the answer. Zero when it has come; else the last error of the call,
-// where *pbBroken says that the connection is of no more use.
+// The client's side: sends and waits for the answer, for uTimeout milliseconds from the time that made the
+// request's deadline. Zero when it has come; else the last error of the call, where *pbBroken says that the
+// connection is of no more use.
 constexpr DWORD NO_ANSWER = 0xFFFFFFFF;  // the window went away
-DWORD SendRequest(int fd, WindowRequest* pRequest, const void* pData, LRESULT* plResult, bool* pbBroken);
+DWORD SendRequest(WindowLink* pLink, WindowRequest* pRequest, const void* pData, UINT uTimeout,
+                  LRESULT* plResult, bool* pbBroken);
 
 // The server's side. The buffer has room for a packet; *ppData points to the data, in the buffer or in
 // *pLarge.
@@ -49,3 +61,5 @@ enum class Received
 Received ReceiveRequest(int fd, std::vector<char>* pBuffer, std::vector<char>* pLarge,
                         WindowRequest* pRequest, char** ppData);
 bool SendAnswer(int fd, const WindowAnswer& answer);
+
+#pragma GCC visibility pop

@@ -63,20 +63,21 @@ bool IsGone(const Window& window)
     return window.pQueue != nullptr ? window.bGone.load() : HungUp(window.Link.Get());
 }
 
+std::shared_ptr<Window> KnownWindow(HWND hWnd)
+{
+    WindowTable& table = Table();
+    std::lock_guard<std::mutex> lock(table.Lock);
+    const auto it = table.Windows.find(hWnd);
+    return it != table.Windows.end() ? it->second : nullptr;
+}
+
 // The window if there still is one, else null and the last error.
 std::shared_ptr<Window> LivingWindow(HWND hWnd)
 {
-    WindowTable& table = Table();
-    std::shared_ptr<Window> pWindow;
-    {
-        std::lock_guard<std::mutex> lock(table.Lock);
-        const auto it = table.Windows.find(hWnd);
-        if (it != table.Windows.end())
-            pWindow = it->second;
-    }
+    std::shared_ptr<Window> pWindow = KnownWindow(hWnd);
     if (pWindow != nullptr && IsGone(*pWindow)) {
-        std::lock_guard<std::mutex> lock(table.Lock);
-        table.RemoveLocked(*pWindow);
+        std::lock_guard<std::mutex> lock(Table().Lock);
+        Table().RemoveLocked(*pWindow);
         pWindow = nullptr;
     }
     if (pWindow == nullptr)
@@ -96,28 +97,28 @@ std::shared_ptr<Window> OwnWindow(HWND hWnd)
 
 // A connection for one message at a time. A new one leads to the same window as long as that has not gone:
 // only then can another have its name.
-Descriptor TakeLink(Window& window, std::int64_t nDeadline)
+WindowLink TakeLink(Window& window, std::int64_t nDeadline)
 {
     {
         std::lock_guard<std::mutex> lock(window.Lock);
         if (!window.IdleLinks.empty()) {
-            Descriptor link = std::move(window.IdleLinks.back());
+            WindowLink link = std::move(window.IdleLinks.back());
             window.IdleLinks.pop_back();
             return link;
         }
     }
     for (;;) {
-        Descriptor link = ConnectToWindow(window.sFileName);
-        if (link && !IsGone(window))
+        WindowLink link{ConnectToWindow(window.sFileName)};
+        if (link.Socket && !IsGone(window))
             return link;
-        if (link || GetLastError() != ERROR_NO_SYSTEM_RESOURCES) {
-            if (link || GetLastError() == ERROR_FILE_NOT_FOUND)
+        if (link.Socket || GetLastError() != ERROR_NO_SYSTEM_RESOURCES) {
+            if (link.Socket || GetLastError() == ERROR_FILE_NOT_FOUND)
                 SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-            return Descriptor();
+            return WindowLink();
         }
         if (nDeadline >= 0 && MonotonicNow() > nDeadline) {
             SetLastError(ERROR_TIMEOUT);
-            return Descriptor();
+            return WindowLink();
         }
         Sleep(1);  // a server that hangs has as many waiting as the system allows
     }
@@ -276,9 +277,12 @@ LRESULT SendMessageTimeoutA(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam, 
                             DWORD_PTR* pdwResult)
 {
     static std::atomic<std::uint64_t> s_nLastNumber{0};
-    const auto pWindow = LivingWindow(hWnd);
-    if (pWindow == nullptr)
+    // That another's window has gone shows when it is sent to.
+    const auto pWindow = KnownWindow(hWnd);
+    if (pWindow == nullptr) {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
+    }
     LRESULT lResult = 0;
     if (pWindow->pQueue != nullptr && pWindow->dwThreadId == GetCurrentThreadId()) {
         lResult = pWindow->pProcedure(hWnd, uMsg, wParam, lParam);
@@ -300,12 +304,12 @@ LRESULT SendMessageTimeoutA(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam, 
             request.dwData = pCopy->dwData;
             request.cbData = pCopy->cbData;
         }
-        Descriptor link = TakeLink(*pWindow, request.nDeadline);
-        if (!link)
+        WindowLink link = TakeLink(*pWindow, request.nDeadline);
+        if (!link.Socket)
             return 0;
         bool bBroken = false;
-        const DWORD dwError =
-            SendRequest(link.Get(), &request, pCopy != nullptr ? pCopy->lpData : nullptr, &lResult, &bBroken);
+        const DWORD dwError = SendRequest(&link, &request, pCopy != nullptr ? pCopy->lpData : nullptr,
+                                          uTimeout, &lResult, &bBroken);
         if (!bBroken) {
             std::lock_guard<std::mutex> lock(pWindow->Lock);
             pWindow->IdleLinks.push_back(std::move(link));

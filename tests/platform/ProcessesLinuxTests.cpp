@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -77,6 +78,41 @@ TEST(ProcessesLinux, StartWithNothingOfTheirParents)
     signal(SIGPIPE, pBefore);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     close(fd);
+}
+
+int HoldForever(const ChildArguments&)
+{
+    const HANDLE hMutex = CreateMutexA(nullptr, TRUE, "orvexplatformtests killed");
+    Sleep(hMutex != nullptr ? INFINITE : 0);
+    return 1;
+}
+const ChildProgram s_HoldForever("hold-forever", HoldForever);
+
+int Mutex(const ChildArguments&)
+{
+    return Handle(CreateMutexA(nullptr, FALSE, "orvexplatformtests next")) == nullptr;
+}
+const ChildProgram s_Mutex("mutex", Mutex);
+
+TEST(ProcessesLinux, WhatAKilledOneLeftIsClearedAwayByTheNext)
+{
+    const auto count = [] {
+        int i = 0;
+        for (const auto& entry :
+             std::filesystem::directory_iterator(std::string(getenv("XDG_RUNTIME_DIR")) + "/orvex"))
+            i += entry.path().filename().string().find("killed") != std::string::npos;
+        return i;
+    };
+    {
+        Child child("hold-forever");
+        ASSERT_TRUE(Eventually(
+            [] { return Handle(OpenMutexA(SYNCHRONIZE, FALSE, "orvexplatformtests killed")) != nullptr; }));
+        EXPECT_EQ(0u, Child("mutex").Wait());
+        EXPECT_EQ(1, count()) << "it lives";
+    }
+    EXPECT_EQ(1, count());
+    EXPECT_EQ(0u, Child("mutex").Wait());
+    EXPECT_EQ(0, count());
 }
 
 TEST(ProcessesLinux, AreNoZombiesWhetherOrNotAnybodyWaits)

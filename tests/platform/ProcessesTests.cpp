@@ -154,6 +154,46 @@ TEST(Processes, LeaveTheirMutexAbandonedHoweverTheyEnd)
     EXPECT_EQ(nullptr, OpenMutexA(SYNCHRONIZE, FALSE, HELD));
 }
 
+// Adds one to a value so often, each time under the mutex.
+int Add(const ChildArguments& arguments)
+{
+    HKEY hKey = nullptr;
+    RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\orvexplatformtests", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                    &hKey, nullptr);
+    for (int i = 0, n = std::stoi(arguments.at(0)); i < n; ++i) {
+        const Handle mutex(CreateMutexA(nullptr, FALSE, HELD));
+        if (WaitForSingleObject(mutex, LONG_ENOUGH) != WAIT_OBJECT_0)
+            return 1;
+        DWORD dw = 0;
+        DWORD cb = sizeof dw;
+        RegQueryValueExA(hKey, "Sum", nullptr, nullptr, reinterpret_cast<BYTE*>(&dw), &cb);
+        ++dw;
+        RegSetValueExA(hKey, "Sum", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&dw), sizeof dw);
+        ReleaseMutex(mutex);
+    }
+    RegCloseKey(hKey);
+    return 0;
+}
+const ChildProgram s_Add("add", Add);
+
+TEST(Processes, AreKeptApartByAMutex)
+{
+    {
+        Child a("add", "100"), b("add", "100"), c("add", "100");
+        EXPECT_EQ(0u, a.Wait() + b.Wait() + c.Wait());
+    }
+    HKEY hKey = nullptr;
+    DWORD dw = 0;
+    DWORD cb = sizeof dw;
+    EXPECT_EQ(ERROR_SUCCESS,
+              RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\orvexplatformtests", 0, KEY_READ, &hKey));
+    EXPECT_EQ(ERROR_SUCCESS,
+              RegQueryValueExA(hKey, "Sum", nullptr, nullptr, reinterpret_cast<BYTE*>(&dw), &cb));
+    EXPECT_EQ(300u, dw);
+    RegCloseKey(hKey);
+    RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\orvexplatformtests");
+}
+
 TEST(Processes, AKilledOnesMutexIsNewToTheNext)
 {
     {

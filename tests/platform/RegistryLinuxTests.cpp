@@ -193,6 +193,35 @@ TEST_F(RegistryFiles, FailedStepsAreReportedAndTheOldValueStays)
               RegCreateKeyExA(m_hKey, "Sub", 0, nullptr, 0, KEY_READ, nullptr, &hKey, nullptr));
 }
 
+TEST_F(RegistryFiles, TheUsersHiveIsWhereTheSettingsAre)
+{
+    const string sAll = getenv("ORVEX_REGISTRY");
+    const string sHome = getenv("HOME") != nullptr ? getenv("HOME") : "";
+    const fs::path base = fs::path(sAll) / "places";
+    const struct
+    {
+        const char* config;
+        const char* home;
+        const char* folder;
+    } rows[] = {
+        {"config", "home", "config/orvex/registry/HKCU/Key"},
+        {"", "home", "home/.config/orvex/registry/HKCU/Key"},
+    };
+    unsetenv("ORVEX_REGISTRY");
+    for (const auto& row : rows) {
+        HKEY hKey = nullptr;
+        setenv("XDG_CONFIG_HOME", *row.config != '\0' ? (base / row.config).c_str() : "", 1);
+        setenv("HOME", (base / row.home).c_str(), 1);
+        EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_CURRENT_USER, "Key", 0, nullptr, 0, KEY_READ, nullptr,
+                                                 &hKey, nullptr));
+        EXPECT_TRUE(fs::is_directory(base / row.folder)) << row.folder;
+        RegCloseKey(hKey);
+    }
+    setenv("ORVEX_REGISTRY", sAll.c_str(), 1);
+    setenv("HOME", sHome.c_str(), 1);
+    unsetenv("XDG_CONFIG_HOME");
+}
+
 // Rights are those of the folders, and an administrator has all: a child that is nobody asks.
 TEST_F(RegistryFiles, RightsAreThoseOfTheFolder)
 {
