@@ -53,7 +53,8 @@ void Arguments::Clear()
         try {
             pArg->Release();
         } catch (...) {
-            ORVEX_TRACE(m_pLogger, TRACE_ERROR, "Arguments(%p)::Clear(). Encountered exception releasing Arg 0x%p.", this, pArg);
+            ORVEX_TRACE(m_pLogger, TRACE_ERROR,
+                        "Arguments(%p)::Clear(). Encountered exception releasing Arg 0x%p.", this, pArg);
         }
     }
     m_entries.Clear();
@@ -95,8 +96,8 @@ int Arguments::GetElementType(int iIndex)
     return f ? f->GetType() : ARG_NOTSET;
 }
 
-// The other container is read before this one's lock is taken, so that two containers merged into each other at once
-// cannot wait for one another.
+// The other container is read before this one's lock is taken, so that two containers merged into each other
+// at once cannot wait for one another.
 bool Arguments::Merge(Arguments& other)
 {
     std::vector<std::pair<Key, ArgHolder>> entries;
@@ -134,7 +135,8 @@ bool Arguments::RemoveItem(enum_Keywords eKey) { return Remove(Key(eKey)); }
 
 bool Arguments::RemoveItem(const char* key)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::RemoveItem( char* \"%s\" )", this, key == nullptr ? "(null)" : key);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::RemoveItem( char* \"%s\" )", this,
+                key == nullptr ? "(null)" : key);
     return key != nullptr && RemoveItem(std::string(key));
 }
 
@@ -194,7 +196,7 @@ void Arguments::StoreOwned(const Key& key, ArgHolder pArg)
         pArg.reset(std::exchange(pEntry->pArg, pArg.release()));
     } else {
         m_entries.Add(key, pArg.get());
-        pArg.release();
+        static_cast<void>(pArg.release());  // the entry's now
     }
 }
 
@@ -227,7 +229,8 @@ EntryTable::Entry* Arguments::EntryAt(int iIndex)
 
 COrvexException Arguments::OutOfRange(const char* operation, int iIndex)
 {
-    return COrvexException("Arguments::" + std::string(operation) + ", Index " + std::to_string(iIndex) + " out of range.",
+    return COrvexException("Arguments::" + std::string(operation) + ", Index " + std::to_string(iIndex) +
+                               " out of range.",
                            iIndex, -1);
 }
 

@@ -1,16 +1,18 @@
 // Arguments: the keyed container of typed values that carries the parameters of a message; itself an Arg, so
 // containers nest.
 //
-// A key is a keyword id or a free string; a string that spells a keyword, in any case, is that keyword. Free strings
-// differ by more than case and end at their first zero byte; the text stays as it was first added. Entries also have
-// a position from 1: keywords by id, then strings in the order of _stricmp. Insertion order is not kept.
+// A key is a keyword id or a free string; a string that spells a keyword, in any case, is that keyword. Free
+// strings differ by more than case and end at their first zero byte; the text stays as it was first added.
+// Entries also have a position from 1: keywords by id, then strings in the order of _stricmp. Insertion order
+// is not kept.
 //
-// Values are shared, not copied: the object given to AddItem or SetValue is the object stored, and the container owns
-// one reference to it. Setting a number or text changes the stored object in place, and all who hold it see that.
+// Values are shared, not copied: the object given to AddItem or SetValue is the object stored, and the
+// container owns one reference to it. Setting a number or text changes the stored object in place, and all
+// who hold it see that.
 //
-// Any thread may call any operation. Every call holds this object's lock from start to end, outer container before
-// inner, container before value; but Unpack, Clone, DumpArgs and the text form lock for each entry alone.
-// Declarations stand in the order fixed for their slots.
+// Any thread may call any operation. Every call holds this object's lock from start to end, outer container
+// before inner, container before value; but Unpack, Clone, DumpArgs and the text form lock for each entry
+// alone. Declarations stand in the order fixed for their slots.
 #pragma once
 
 #include "arguments/EntryTable.h"
@@ -33,8 +35,8 @@ public:
     Arguments();
     ~Arguments() override;
 
-    // A deep copy with a count of 1: nothing is shared at any depth. COrvexException for an entry whose key has no
-    // text, and for nesting deeper than 100 levels.
+    // A deep copy with a count of 1: nothing is shared at any depth. COrvexException for an entry whose key
+    // has no text, and for nesting deeper than 100 levels.
     Arg* Clone() override;
 
     int GetClassID() override;
@@ -53,16 +55,18 @@ public:
     using Arg::GetValueUShort;
     using Arg::SetValue;
 
-    // Adds the entries of a text such as Name=x;Size=12;List=1,2,3. True if the whole text was read; false at the
-    // first thing that cannot be, with the entries before it added. Clears nothing.
+    // The one overload that parses: a literal, and a string that is not const, are stored as on any value.
+    // Adds the entries of a text such as Name=x;Size=12;List=1,2,3. True if the whole text was read; false at
+    // the first thing that cannot be, with the entries before it added. Clears nothing.
     bool SetValue(const std::string& text) override;
 
-    // The serial forms. Writing: positive, or negative and one trace line. Reading: the number of entries added, 1
-    // for a stream that has no bytes left, -1 and one trace line for a failure; entries read before it stay. Reading
-    // adds to what is there. Nested deeper than 100 levels: -1.
+    // The serial forms. Writing: positive, or negative and one trace line. Reading: the number of entries
+    // added, 1 for a stream that has no bytes left, -1 and one trace line for a failure; entries read before
+    // it stay. Reading adds to what is there. Nested deeper than 100 levels: -1.
     //
-    //   full      count, 16 bits; then by position: key size, 16 bits; key text with its zero; value in its frame
-    //   compact   count, 16 bits; then by position: 0xFFFF and id, 16 bits each, or key size and text; value in frame
+    //   full      count, 16 bits; then by position: key size, 16 bits; key text with its zero; value in its
+    //   frame compact   count, 16 bits; then by position: 0xFFFF and id, 16 bits each, or key size and text;
+    //   value in frame
     int Pack(Serialize& s) override;
     int Unpack(Serialize& s) override;
     int Pack2(Serialize& s) override;
@@ -73,8 +77,8 @@ public:
 
     virtual int NumElements();
 
-    // Writes by key. The entry is made if it is missing, its value replaced (Arguments, Arg) or changed (the others)
-    // if it is there. False, and nothing changed, for a null key, text, Arg or Arguments.
+    // Writes by key. The entry is made if it is missing, its value replaced (Arguments, Arg) or changed (the
+    // others) if it is there. False, and nothing changed, for a null key, text, Arg or Arguments.
     virtual bool AddItem(enum_Keywords eKey, Arguments* pArgs);
     virtual bool AddItem(enum_Keywords eKey, Arguments& rArgs);
     virtual bool AddItem(enum_Keywords eKey, Arg* pArg);
@@ -114,9 +118,10 @@ public:
     virtual bool RemoveItem(const char* key);
     virtual bool RemoveItem(const std::string& key);
 
-    // Reads by key. With a pointer: false, and the target as it was, for a null pointer or key, a missing entry, or a
-    // value that does not convert. Without one: the value, or COrvexException where the other says false. An Arg or
-    // Arguments comes with a reference for the caller, and an Arguments only from a value that is or holds one.
+    // Reads by key. With a pointer: false, and the target as it was, for a null pointer or key, a missing
+    // entry, or a value that does not convert. Without one: the value, or COrvexException where the other
+    // says false. An Arg or Arguments comes with a reference for the caller, and an Arguments only from a
+    // value that is or holds one.
     virtual bool GetValue(const char* key, Arg** ppArg);
     virtual Arg* GetValue(const char* key);
     virtual bool GetValue(const std::string& key, Arg** ppArg);
@@ -215,7 +220,8 @@ public:
     virtual bool SetValue(const std::string& key, unsigned int ui);
     virtual bool SetValue(const std::string& key, int i);
 
-    // The entry's value with a reference for the caller; a missing entry is made, unset. COrvexException for a null key.
+    // The entry's value with a reference for the caller; a missing entry is made, unset. COrvexException for
+    // a null key.
     virtual Arg* operator[](const char* key);
     virtual Arg* operator[](const std::string& key);
     virtual Arg* operator[](enum_Keywords eKey);
@@ -241,7 +247,8 @@ public:
     // The enumArgTypes of the element, ARG_NOTSET out of range.
     virtual int GetElementType(int iIndex);
 
-    // Writes by position, as SetValue by the key that stands there. False out of range: no entry is ever added.
+    // Writes by position, as SetValue by the key that stands there. False out of range: no entry is ever
+    // added.
     virtual bool SetElement(int iIndex, Arguments* pArgs);
     virtual bool SetElement(int iIndex, Arg* pArg);
     virtual bool SetElement(int iIndex, const char* sz);
@@ -261,15 +268,17 @@ public:
     // Gives back the references of all values and empties the container.
     void Clear();
 
-    // The key's text; a keyword gives its name. False, or COrvexException, out of range and for an id without a name.
+    // The key's text; a keyword gives its name. False, or COrvexException, out of range and for an id without
+    // a name.
     bool GetElementKey(int iIndex, std::string* pKey);
     std::string GetElementKey(int iIndex);
 
-    // The whole container as one line for people: (Key:value Key:value). Known numbers stand by name; nothing is
-    // quoted. "(...)" below 100 levels.
+    // The whole container as one line for people: (Key:value Key:value). Known numbers stand by name; nothing
+    // is quoted. "(...)" below 100 levels.
     std::string DumpArgs();
 
-    // One entry of such a line, "KEY:does not exist" for a missing one; and the same for any value under any name.
+    // One entry of such a line, "KEY:does not exist" for a missing one; and the same for any value under any
+    // name.
     std::string FormatArg(std::string key);
     std::string FormatArg(std::string key, Arg* pArg);
 
@@ -292,7 +301,8 @@ private:
     EntryTable::Entry* EntryAt(int iIndex);
 
     bool CopyEntry(int iIndex, std::string* pKey, ArgHolder* pArg);
-    static std::string FormatByType(const std::string& key, int type, Arg* pArg);
+    static void AppendArg(std::string* pText, const std::string& key, Arg* pArg);
+    static void AppendByType(std::string* pText, const std::string& key, int type, Arg* pArg);
     int PackEntry(Serialize& s, ArgPackager& packager, int iIndex);
     int PackKeyword2(Serialize& s, int id, int iIndex, bool bSteps);
     int PackKey2(Serialize& s, const char* key, int iIndex, bool bSteps);

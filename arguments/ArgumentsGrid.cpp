@@ -1,5 +1,5 @@
-// The typed grid: every operation by every kind of value and every way to name an entry, a line a cell. What is
-// common to all stands in Found and Made.
+// The typed grid: every operation by every kind of value and every way to name an entry, a line a cell. What
+// is common to all stands in Found and Made.
 #include "arguments/Arguments.h"
 
 #include "arguments/Found.h"
@@ -7,7 +7,8 @@
 
 COrvexException Arguments::NotFound(const char* operation, const std::string& key)
 {
-    return COrvexException("Arguments::" + std::string(operation) + ", Arg with key " + key + " not found.", 0, 0);
+    return COrvexException("Arguments::" + std::string(operation) + ", Arg with key " + key + " not found.",
+                           0, 0);
 }
 
 COrvexException Arguments::NotFound(const char* operation, enum_Keywords eKey)
@@ -20,9 +21,10 @@ COrvexException Arguments::NotFound(const char* operation, const char* key)
     if (key != nullptr)
         return NotFound(operation, std::string(key));
     const std::string s = operation;
-    return COrvexException("Arguments::" + (s == "GetValueString" || s == "GetValueArg" ? "GetValue" : s) +  // sic
-                               ", requested key is NULL.",
-                           0, 0);
+    return COrvexException(
+        "Arguments::" + (s == "GetValueString" || s == "GetValueArg" ? "GetValue" : s) +  // sic
+            ", requested key is NULL.",
+        0, 0);
 }
 
 // clang-format off

@@ -1,7 +1,9 @@
-// The serial forms of a container: a count and a run of entries in order of position, each a key and a value in its
-// frame. The full form writes every key as text; the compact form writes a keyword as a marker and its id.
+// The serial forms of a container: a count and a run of entries in order of position, each a key and a value
+// in its frame. The full form writes every key as text; the compact form writes a keyword as a marker and its
+// id.
 //
-// Lines keep the numbering that they always had: positions from 1 when writing, entries added so far when reading.
+// Lines keep the numbering that they always had: positions from 1 when writing, entries added so far when
+// reading.
 #include "arguments/Arguments.h"
 #include "failures/OrvexException.h"
 #include "values/ArgPackager.h"
@@ -15,9 +17,9 @@
 namespace {
 
 constexpr unsigned short KEYWORD_MARKER = 0xFFFF;
-constexpr std::size_t FULL_KEY_SIZE = SHRT_MAX;                 // the full form reads a key's size as signed
-constexpr std::size_t COMPACT_KEY_SIZE = KEYWORD_MARKER - 1;    // no size may look like the marker
-constexpr int RESERVED_ENTRIES = 64;                            // however many the stream announces
+constexpr std::size_t FULL_KEY_SIZE = SHRT_MAX;               // the full form reads a key's size as signed
+constexpr std::size_t COMPACT_KEY_SIZE = KEYWORD_MARKER - 1;  // no size may look like the marker
+constexpr int RESERVED_ENTRIES = 64;                          // however many the stream announces
 
 // The text of a key in the stream, or null when it does not end inside its size.
 const char* KeyInPlace(Serialize& s, int nSize)
@@ -34,7 +36,8 @@ int Arguments::Pack(Serialize& s)
     ScopedLock lock(&m_lock);
     NestingLevel level;
     if (level.TooDeep()) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, nested deeper than %d levels", this, NestingLevel::MOST);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, nested deeper than %d levels", this,
+                    NestingLevel::MOST);
         return -1;
     }
     const int n = static_cast<int>(m_entries.Size());
@@ -49,12 +52,14 @@ int Arguments::Pack(Serialize& s)
                 return nResult;
         }
     } catch (const std::exception& e) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Pack, caught exception \"%s\"", this, e.what());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Pack, caught exception \"%s\"", this,
+                    e.what());
         return -1;
     }
     const int nResult = n <= SHRT_MAX ? s.WriteShortAt(pos, static_cast<short>(n)) : -1;
     if (nResult < 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, failed to write Number of Arguments %d", this, n);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "Arguments(%p)::Pack, failed to write Number of Arguments %d", this, n);
     return nResult;
 }
 
@@ -69,13 +74,15 @@ int Arguments::PackEntry(Serialize& s, ArgPackager& packager, int i)
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack: writing Arg[%d] Key Size %d", this, i, nSize);
     int nResult = length <= FULL_KEY_SIZE ? s.WriteShort(static_cast<short>(nSize)) : -1;
     if (nResult < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, failed to write Arg[%d] Key Size %d", this, i, nSize);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, failed to write Arg[%d] Key Size %d",
+                    this, i, nSize);
         return nResult;
     }
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Pack, writing Arg[%d] Key \"%s\"", this, i, key);
     nResult = s.WriteBytes(key, nSize);
     if (nResult < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, failed to write Arg[%d] Key \"%s\"", this, i, key);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack, failed to write Arg[%d] Key \"%s\"",
+                    this, i, key);
         return nResult;
     }
     nResult = packager.Pack(s, entry.pArg);
@@ -91,14 +98,16 @@ inline int Arguments::PackKeyword2(Serialize& s, int id, int i, bool bSteps)
         m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing Arg[%d] Key Size 4", this, i);
     int nResult = s.WriteUShort(KEYWORD_MARKER);
     if (nResult < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size 4", this, i);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size 4",
+                    this, i);
         return nResult;
     }
     if (bSteps)
         m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2, writing Arg[%d] Key \"%s\"", this, i, "");
     nResult = id >= 0 && id <= USHRT_MAX ? s.WriteUShort(static_cast<unsigned short>(id)) : -1;
     if (nResult < 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"", this, i, "");
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"",
+                    this, i, "");
     return nResult;
 }
 
@@ -107,19 +116,22 @@ int Arguments::PackKey2(Serialize& s, const char* key, int i, bool bSteps)
     const std::size_t length = strlen(key) + 1;
     const int nSize = static_cast<int>(length);
     if (bSteps) {
-        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing keyword Arg[%d] Type STRING", this, i);  // sic
+        m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing keyword Arg[%d] Type STRING", this,
+                         i);  // sic
         m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2: writing Arg[%d] Key Size %d", this, i, nSize);
     }
     int nResult = length <= COMPACT_KEY_SIZE ? s.WriteShort(static_cast<short>(nSize)) : -1;
     if (nResult < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size %d", this, i, nSize);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key Size %d",
+                    this, i, nSize);
         return nResult;
     }
     if (bSteps)
         m_pLogger->Trace(TRACE_STEP, "Arguments(%p)::Pack2, writing Arg[%d] Key \"%s\"", this, i, key);
     nResult = s.WriteBytes(key, nSize);
     if (nResult < 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"", this, i, key);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Arg[%d] Key \"%s\"",
+                    this, i, key);
     return nResult;
 }
 
@@ -129,7 +141,8 @@ int Arguments::Pack2(Serialize& s)
     ScopedLock lock(&m_lock);
     NestingLevel level;
     if (level.TooDeep()) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, nested deeper than %d levels", this, NestingLevel::MOST);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, nested deeper than %d levels", this,
+                    NestingLevel::MOST);
         return -1;
     }
     const int n = static_cast<int>(m_entries.Size());
@@ -142,22 +155,26 @@ int Arguments::Pack2(Serialize& s)
         ArgPackager packager;
         for (int i = 1; i <= n; ++i) {
             const EntryTable::Entry& entry = m_entries.At(static_cast<std::size_t>(i));
-            int nResult = entry.IsKeyword() ? PackKeyword2(s, entry.id, i, bSteps) : PackKey2(s, entry.key, i, bSteps);
+            int nResult =
+                entry.IsKeyword() ? PackKeyword2(s, entry.id, i, bSteps) : PackKey2(s, entry.key, i, bSteps);
             if (nResult < 0)
                 return nResult;
             nResult = packager.Pack2(s, entry.pArg);
             if (nResult < 0) {
-                ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, Arg[%d] Failed to pack", this, i);
+                ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, Arg[%d] Failed to pack",
+                            this, i);
                 return nResult;
             }
         }
     } catch (const std::exception& e) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Pack2, caught exception \"%s\"", this, e.what());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Pack2, caught exception \"%s\"", this,
+                    e.what());
         return -1;
     }
     const int nResult = n <= SHRT_MAX ? s.WriteShortAt(pos, static_cast<short>(n)) : -1;
     if (nResult < 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Pack2, failed to write Number of Arguments %d", this, n);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "Arguments(%p)::Pack2, failed to write Number of Arguments %d", this, n);
     return nResult;
 }
 
@@ -167,7 +184,8 @@ bool Arguments::UnpackCount(Serialize& s, NestingLevel& level, short* pCount, in
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::Unpack()", this);
     *pnResult = -1;
     if (level.TooDeep()) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Unpack, nested deeper than %d levels", this, NestingLevel::MOST);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Unpack, nested deeper than %d levels", this,
+                    NestingLevel::MOST);
         return false;
     }
     if (s.BytesRemaining() <= 0) {
@@ -180,14 +198,16 @@ bool Arguments::UnpackCount(Serialize& s, NestingLevel& level, short* pCount, in
     if (*pCount > 0) {
         ScopedLock lock(&m_lock);
         if (m_entries.Size() == 0)
-            m_entries.Reserve(static_cast<std::size_t>(*pCount < RESERVED_ENTRIES ? *pCount : RESERVED_ENTRIES));
+            m_entries.Reserve(
+                static_cast<std::size_t>(*pCount < RESERVED_ENTRIES ? *pCount : RESERVED_ENTRIES));
     }
     return true;
 }
 
 int Arguments::NoKeyLength()
 {
-    ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arguments(%p)::Unpack, failed to read Key Length from Serialize object", this);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                "Arguments(%p)::Unpack, failed to read Key Length from Serialize object", this);
     return -1;
 }
 
@@ -195,15 +215,16 @@ int Arguments::NoKeyLength()
 bool Arguments::StoreRead(const char* key, ArgHolder pArg)
 {
     if (key == nullptr) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arguments(%p)::Unpack, failed to add unpacked arg to array", this);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "Arguments(%p)::Unpack, failed to add unpacked arg to array", this);
         return false;
     }
     StoreOwned(Key(key), std::move(pArg));
     return true;
 }
 
-// The key stays in the stream until the value behind it has been read. A value that cannot be read costs its entry
-// and the stream goes on at the next frame.
+// The key stays in the stream until the value behind it has been read. A value that cannot be read costs its
+// entry and the stream goes on at the next frame.
 int Arguments::Unpack(Serialize& s)
 {
     NestingLevel level;
@@ -217,7 +238,8 @@ int Arguments::Unpack(Serialize& s)
         short keySize;
         if (s.ReadShort(&keySize) < 0)
             return NoKeyLength();
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Unpack, read Arg[%d] Key Size %d", this, nAdded, keySize);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Unpack, read Arg[%d] Key Size %d", this, nAdded,
+                    keySize);
         if (KeyInPlace(s, keySize) == nullptr)
             return NoKeyLength();
         const int pos = s.GetReadPosition();
@@ -233,7 +255,8 @@ int Arguments::Unpack(Serialize& s)
     return nAdded;
 }
 
-// The first value that cannot be read ends it with 0: without a size in front there is no way to the next entry.
+// The first value that cannot be read ends it with 0: without a size in front there is no way to the next
+// entry.
 int Arguments::Unpack2(Serialize& s)
 {
     NestingLevel level;
@@ -247,7 +270,8 @@ int Arguments::Unpack2(Serialize& s)
         unsigned short keySize;
         if (s.ReadUShort(&keySize) < 0)
             return NoKeyLength();
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Unpack, read Arg[%d] Key Size %d", this, nAdded, keySize);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Unpack, read Arg[%d] Key Size %d", this, nAdded,
+                    keySize);
         unsigned short id = 0;
         int pos = 0;
         if (keySize == KEYWORD_MARKER) {

@@ -16,6 +16,8 @@ namespace {
 // sign.
 constexpr char WORD_CHARACTERS[] = ".<>/?[]{}+-|!@#$%^&()*_\\~";
 
+unsigned char Byte(char c) { return static_cast<unsigned char>(c); }
+
 // Class 5 is not set: its default makes a token of the equal sign, and of == and => too, which serve as well.
 void SetTokenClasses()
 {
@@ -85,7 +87,7 @@ bool TextParser::ReadValues(bool* pbTextEnded)
                 return true;
         } else if (m_nType >= 0) {
             return false;
-        } else if (m_nType == TokenString::TYPE_INTEGER) {
+        } else if (m_nType == TokenString::TYPE_INTEGER && Byte(m_token[0]) < 0x80) {  // not the stray byte 0xFE
             AddValue().SetValue(ParseInt(m_token.c_str()));
         } else {
             AddValue().SetValue(m_token);

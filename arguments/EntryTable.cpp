@@ -85,8 +85,9 @@ void EntryTable::Remove(Entry* pEntry)
 {
     const std::uint32_t place = static_cast<std::uint32_t>(pEntry - m_entries.data());
     const auto sortedEnd = m_order.begin() + static_cast<std::ptrdiff_t>(m_nSorted);
-    auto it = std::lower_bound(m_order.begin(), sortedEnd, place,
-                               [this](std::uint32_t a, std::uint32_t b) { return Before(m_entries[a], m_entries[b]); });
+    auto it = std::lower_bound(m_order.begin(), sortedEnd, place, [this](std::uint32_t a, std::uint32_t b) {
+        return Before(m_entries[a], m_entries[b]);
+    });
     if (it != sortedEnd && *it == place)
         --m_nSorted;
     else
@@ -129,7 +130,9 @@ void EntryTable::Clear()
 // A few late entries are put in one by one, many are sorted and merged.
 void EntryTable::Sort()
 {
-    const auto before = [this](std::uint32_t a, std::uint32_t b) { return Before(m_entries[a], m_entries[b]); };
+    const auto before = [this](std::uint32_t a, std::uint32_t b) {
+        return Before(m_entries[a], m_entries[b]);
+    };
     const auto middle = m_order.begin() + static_cast<std::ptrdiff_t>(m_nSorted);
     if (16 * (m_order.size() - m_nSorted) < m_nSorted) {
         for (auto it = middle; it != m_order.end(); ++it)

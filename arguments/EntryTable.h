@@ -1,10 +1,12 @@
-// EntryTable: the storage of a container. Entries stand in a vector as they came; beside it a hash index finds one by
-// key in constant time, and an order gives the n-th by position: keywords by id, then strings without regard to case.
+// EntryTable: the storage of a container. Entries stand in a vector as they came; beside it a hash index
+// finds one by key in constant time, and an order gives the n-th by position: keywords by id, then strings
+// without regard to case.
 //
-// The order is kept up lazily. Entries that arrive in order, as a stream brings them, extend it; others wait behind
-// its sorted part until a position is asked for.
+// The order is kept up lazily. Entries that arrive in order, as a stream brings them, extend it; others wait
+// behind its sorted part until a position is asked for.
 //
-// It knows nothing of locks and references: the container holds its lock around every call and owns the values.
+// It knows nothing of locks and references: the container holds its lock around every call and owns the
+// values.
 #pragma once
 
 #include "arguments/Keywords.h"
@@ -73,7 +75,8 @@ private:
 
     static bool IsOf(const Entry& e, const Key& key)
     {
-        return key.IsKeyword() ? e.id == key.id && e.IsKeyword() : !e.IsKeyword() && SameText(e.key, key.text);
+        return key.IsKeyword() ? e.id == key.id && e.IsKeyword()
+                               : !e.IsKeyword() && SameText(e.key, key.text);
     }
     static bool SameText(const char* a, const char* b);
     void Rehash(std::size_t n);
@@ -86,5 +89,5 @@ private:
     std::size_t m_nMask;                 // slots of m_index less 1
     std::vector<std::uint32_t> m_order;  // places; the first m_nSorted stand in order of position
     std::size_t m_nSorted;
-    std::uint32_t m_nFree;               // first free place, each holding the next in its id; or EMPTY
+    std::uint32_t m_nFree;  // first free place, each holding the next in its id; or EMPTY
 };

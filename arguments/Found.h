@@ -1,5 +1,5 @@
-// What every operation on an entry begins with: the container's lock, held as long as the object lives, and the value
-// of one key or position, found, or made where it is missing. Inside of the container only.
+// What every operation on an entry begins with: the container's lock, held as long as the object lives, and
+// the value of one key or position, found, or made where it is missing. Inside of the container only.
 #pragma once
 
 #include "arguments/Arguments.h"
@@ -18,7 +18,9 @@ public:
         : m_lock(&rArgs.m_lock), m_pArg(key != nullptr && pTarget != nullptr ? rArgs.Find(Key(key)) : nullptr)
     {
     }
-    Found(Arguments& rArgs, const std::string& key, const void* pTarget) : Found(rArgs, key.c_str(), pTarget) {}
+    Found(Arguments& rArgs, const std::string& key, const void* pTarget) : Found(rArgs, key.c_str(), pTarget)
+    {
+    }
     Found(Arguments& rArgs, enum_Keywords eKey, const void* pTarget)
         : m_lock(&rArgs.m_lock), m_pArg(pTarget != nullptr ? rArgs.Find(Key(eKey)) : nullptr)
     {

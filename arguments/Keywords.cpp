@@ -31,8 +31,8 @@ constexpr std::uint64_t Mix(std::uint64_t hash, std::uint64_t bytes)
     return hash ^ hash >> 32;
 }
 
-// Eight bytes a step; the last step overlaps the one before it. The same while compiling and while running, which is
-// what lets the keyword index stand ready in the program.
+// Eight bytes a step; the last step overlaps the one before it. The same while compiling and while running,
+// which is what lets the keyword index stand ready in the program.
 constexpr std::uint32_t HashText(const char* p, std::size_t length)
 {
     std::uint64_t hash = length;
@@ -113,7 +113,8 @@ int KeywordId(const std::string& name)
     return FindKeyword(name.c_str(), length, HashText(name.c_str(), length));
 }
 
-Key::Key(const char* sz) : text(sz), length(strlen(sz)), hash(HashText(sz, length)), id(FindKeyword(sz, length, hash))
+Key::Key(const char* sz)
+    : text(sz), length(strlen(sz)), hash(HashText(sz, length)), id(FindKeyword(sz, length, hash))
 {
     if (id != NO_KEYWORD)
         *this = Key(id);

@@ -27,8 +27,8 @@ const char* KeywordName(int id);
 // The id of a name in any case, NO_KEYWORD where it is none. Takes no lock and allocates nothing.
 int KeywordId(const std::string& name);
 
-// A key with all that looking it up needs: the id of the keyword that it spells, and a hash that does not see case.
-// The text ends at its first zero byte and is the caller's.
+// A key with all that looking it up needs: the id of the keyword that it spells, and a hash that does not see
+// case. The text ends at its first zero byte and is the caller's.
 struct Key
 {
     explicit Key(const char* sz);

@@ -76,6 +76,17 @@ std::size_t CharacterLength(std::string_view s)
     return n;
 }
 
+// By hand, since operators are a byte or two.
+bool StartsWith(std::string_view s, std::string_view entry)
+{
+    if (s.size() < entry.size())
+        return false;
+    std::size_t i = 0;
+    while (i < entry.size() && s[i] == entry[i])
+        ++i;
+    return i == entry.size();
+}
+
 std::vector<std::string> Entries(const std::string& list)
 {
     std::vector<std::string> entries;
@@ -171,25 +182,25 @@ std::size_t TokenClasses::Match(std::string_view s, Trait trait) const
 
 std::size_t TokenClasses::Run(std::string_view s, Trait trait) const
 {
-    std::size_t length = 0;
-    while (length < s.size()) {
-        const std::size_t n = Match(s.substr(length), trait);
+    std::string_view rest = s;
+    while (!rest.empty()) {
+        const std::size_t n = Match(rest, trait);
         if (n == 0)
             break;
-        length += n;
+        rest.remove_prefix(n);
     }
-    return length;
+    return s.size() - rest.size();
 }
 
 std::size_t TokenClasses::Operator(std::string_view s, int* pType) const
 {
-    const unsigned char first = Byte(s[0]);
+    const std::size_t first = Byte(s[0]);
     if (m_operatorRanges[first] == m_operatorRanges[first + 1])
         return 0;
     const std::size_t letters = Run(s, LETTER);
     for (std::size_t i = m_operatorRanges[first]; i < m_operatorRanges[first + 1]; ++i) {
         const std::string& entry = m_operators[i].text;
-        if (s.compare(0, entry.size(), entry) == 0 && (letters == 0 || letters == entry.size())) {
+        if (StartsWith(s, entry) && (letters == 0 || letters == entry.size())) {
             *pType = m_operators[i].type;
             return entry.size();
         }
@@ -279,7 +290,7 @@ std::size_t ScanPlain(const TokenClasses& classes, std::string_view s, int nFlag
     if (const std::size_t length = classes.Operator(s, pType))
         return length;
     if (classes.Match(s, WORD_START) == 0) {
-        *pType = static_cast<signed char>(s[0]);
+        *pType = Byte(s[0]) < 0x80 ? Byte(s[0]) : Byte(s[0]) - 0x100;
         return 1;
     }
     const std::size_t word = classes.Run(s, WORD_PART);
@@ -354,13 +365,15 @@ const char* TokenString::Format(const char* format, ...)
 
 int TokenString::TrimLeft()
 {
-    erase(0, find_first_not_of(' '));
+    if (!empty() && front() == ' ')
+        erase(0, find_first_not_of(' '));
     return static_cast<int>(size());
 }
 
 int TokenString::TrimRight()
 {
-    erase(find_last_not_of(' ') + 1);
+    if (!empty() && back() == ' ')
+        erase(find_last_not_of(' ') + 1);
     return static_cast<int>(size());
 }
 

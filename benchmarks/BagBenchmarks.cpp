@@ -1,5 +1,5 @@
-// The container beside the floor. Each benchmark takes a bag: 0 call event, 1 statistics, 2 nested, 3 to 5 free keys
-// (200, 2000, 20000), and tells the time of one bag and, as "entry", of one of its entries.
+// The container beside the floor. Each benchmark takes a bag: 0 call event, 1 statistics, 2 nested, 3 to 5
+// free keys (200, 2000, 20000), and tells the time of one bag and, as "entry", of one of its entries.
 //
 //   Build            add all entries by name
 //   PackFull         write the full form into a stream that is used again
@@ -17,8 +17,8 @@
 //   MaskedTrace      one trace line that no mask passes
 //   CreateValues     new values on 1, 2 and 4 threads
 //
-// Run with --with_threads to measure as in a process that has started a thread: the C library then uses bus-locked
-// instructions, as every process does whose logger is switched on.
+// Run with --with_threads to measure as in a process that has started a thread: the C library then uses
+// bus-locked instructions, as every process does whose logger is switched on.
 #include "benchmarks/Bags.h"
 #include "benchmarks/HeapCount.h"
 
@@ -32,14 +32,16 @@ namespace {
 
 const Fields& Bag(std::int64_t n)
 {
-    static const Fields bags[] = {CallEvent(), Statistics(), Nested(), FreeKeys(200), FreeKeys(2000), FreeKeys(20000)};
+    static const Fields bags[] = {CallEvent(),   Statistics(),   Nested(),
+                                  FreeKeys(200), FreeKeys(2000), FreeKeys(20000)};
     return bags[n];
 }
 
 void PerEntry(benchmark::State& state)
 {
     const auto n = static_cast<double>(Bag(state.range(0)).size());
-    state.counters["entry"] = benchmark::Counter(n, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["entry"] =
+        benchmark::Counter(n, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void Build(benchmark::State& state)

@@ -32,7 +32,10 @@ struct AddTo
 struct ToFloor
 {
     template <class T> FloorBag::Value operator()(const T& value) const { return value; }
-    FloorBag::Value operator()(const Fields& fields) const { return std::make_unique<FloorBag>(BuildFloor(fields)); }
+    FloorBag::Value operator()(const Fields& fields) const
+    {
+        return std::make_unique<FloorBag>(BuildFloor(fields));
+    }
 };
 
 // tag, 1 byte: kind in the high four bits, bytes of the value in the low four; the value, little-endian.
@@ -61,7 +64,10 @@ struct Append
         const int bytes = i >= SCHAR_MIN && i <= SCHAR_MAX ? 1 : i >= SHRT_MIN && i <= SHRT_MAX ? 2 : 4;
         AppendNumber(out, 0, static_cast<unsigned int>(i), bytes);
     }
-    void operator()(unsigned int ui) const { AppendNumber(out, 1, ui, ui <= UCHAR_MAX ? 1 : ui <= USHRT_MAX ? 2 : 4); }
+    void operator()(unsigned int ui) const
+    {
+        AppendNumber(out, 1, ui, ui <= UCHAR_MAX ? 1 : ui <= USHRT_MAX ? 2 : 4);
+    }
     void operator()(bool b) const { AppendNumber(out, 2, b, 1); }
     void operator()(const std::string& s) const
     {
@@ -119,7 +125,9 @@ struct Reader
         case 0:
             if (!Number(n, &ui))
                 return false;
-            *pValue = static_cast<int>(n == 1 ? static_cast<signed char>(ui) : n == 2 ? static_cast<short>(ui) : static_cast<int>(ui));
+            *pValue = static_cast<int>(n == 1   ? static_cast<signed char>(ui)
+                                       : n == 2 ? static_cast<short>(ui)
+                                                : static_cast<int>(ui));
             return true;
         case 1: return Number(n, &ui) && (*pValue = ui, true);
         case 2: return Number(n, &ui) && (*pValue = ui != 0, true);
@@ -143,7 +151,10 @@ struct Reader
 struct CloneValue
 {
     template <class T> FloorBag::Value operator()(const T& value) const { return value; }
-    FloorBag::Value operator()(const std::unique_ptr<FloorBag>& p) const { return std::make_unique<FloorBag>(CloneFloor(*p)); }
+    FloorBag::Value operator()(const std::unique_ptr<FloorBag>& p) const
+    {
+        return std::make_unique<FloorBag>(CloneFloor(*p));
+    }
 };
 
 struct Dump

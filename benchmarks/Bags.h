@@ -1,5 +1,5 @@
-// The bags that are measured, and the floor beside them: the same fields in a plain map, with a compact encoding
-// written by hand. The floor has no locks, no traces, no shared values and no keyword numbers.
+// The bags that are measured, and the floor beside them: the same fields in a plain map, with a compact
+// encoding written by hand. The floor has no locks, no traces, no shared values and no keyword numbers.
 #pragma once
 
 #include "arguments/Arguments.h"
@@ -13,7 +13,8 @@
 struct Field;
 using Fields = std::vector<Field>;
 
-// One field of a message as a client would write it down: its name, its id where it is a keyword, and its value.
+// One field of a message as a client would write it down: its name, its id where it is a keyword, and its
+// value.
 struct Field
 {
     std::string name;
@@ -21,10 +22,10 @@ struct Field
     std::variant<int, unsigned int, bool, std::string, Fields> value;
 };
 
-Fields CallEvent();           // 26 keyword fields: 18 ints of all sizes, 2 booleans, 6 short strings
-Fields Statistics();          // 120 keyword ints
-Fields Nested();              // 20 containers of 10 keyword fields
-Fields FreeKeys(int nKeys);   // ints under free strings
+Fields CallEvent();          // 26 keyword fields: 18 ints of all sizes, 2 booleans, 6 short strings
+Fields Statistics();         // 120 keyword ints
+Fields Nested();             // 20 containers of 10 keyword fields
+Fields FreeKeys(int nKeys);  // ints under free strings
 
 struct FloorBag
 {

@@ -8,7 +8,8 @@ COrvexException::COrvexException(const char* text, int code, int status)
 }
 
 COrvexException::COrvexException(const std::string& text, int code, int status)
-    : m_sWhat("OrvexException: " + text + ", Code: " + std::to_string(code) + ", Status: " + std::to_string(status)),
+    : m_sWhat("OrvexException: " + text + ", Code: " + std::to_string(code) +
+              ", Status: " + std::to_string(status)),
       m_sMessage(text), m_nCode(code), m_nStatus(status)
 {
 }

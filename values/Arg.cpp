@@ -101,14 +101,16 @@ bool Arg::GetValueInt(int* piVal)
 
 bool Arg::GetValueUInt(unsigned int* puiVal)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUInt( puiVal(%p) )", this, Type(), puiVal);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUInt( puiVal(%p) )", this, Type(),
+                puiVal);
     ScopedLock lock(&m_lock);
     return puiVal != nullptr && ReadNumber(puiVal);
 }
 
 bool Arg::GetValueUShort(unsigned short* pusVal)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUShort( pusVal(%p) )", this, Type(), pusVal);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arg(%p, type(%d))::GetValueUShort( pusVal(%p) )", this, Type(),
+                pusVal);
     ScopedLock lock(&m_lock);
     unsigned int ui;
     if (pusVal == nullptr || !ReadNumber(&ui))
@@ -225,25 +227,29 @@ int Arg::GetType()
 
 int Arg::GetClassID() { return CLASS_ID_ARG; }
 
-// The source is read before this object's lock is taken, so that two values set from each other at once cannot wait
-// for one another.
+// The source's lock is let go before this object's is taken, so that two values set from each other at once
+// cannot wait for one another; until then it keeps the source's type and value of one moment.
 bool Arg::SetValue(Arg& rArg)
 {
     if (&rArg == this)
         return true;
     if (rArg.GetClassID() == CLASS_ID_ARGUMENTS)
         return false;
+    ScopedLock lock(&rArg.m_lock);
+    const auto Taken = [&lock](auto value) {
+        lock.Unlock();
+        return value;
+    };
     switch (rArg.GetType()) {
-    case ARG_NOTSET: return Set(ARG_NOTSET, 0);
-    case ARG_INT: return SetValue(rArg.GetValueInt());
-    case ARG_UINT: return SetValue(rArg.GetValueUInt());
-    case ARG_USHORT: return SetValue(rArg.GetValueUShort());
-    case ARG_SHORT: return SetValue(rArg.GetValueShort());
-    case ARG_BOOL: return SetValue(rArg.GetValueBool());
+    case ARG_NOTSET: return Set(Taken(ARG_NOTSET), 0);
+    case ARG_INT: return SetValue(Taken(rArg.GetValueInt()));
+    case ARG_UINT: return SetValue(Taken(rArg.GetValueUInt()));
+    case ARG_USHORT: return SetValue(Taken(rArg.GetValueUShort()));
+    case ARG_SHORT: return SetValue(Taken(rArg.GetValueShort()));
+    case ARG_BOOL: return SetValue(Taken(rArg.GetValueBool()));
     case ARG_STRING: {
-        std::string s;
-        rArg.GetValueString(&s);
-        SetValue(static_cast<const std::string&>(s));  // a container parses it, and the answer is still true
+        const std::string s = Taken(rArg.GetValueString());
+        SetValue(s);  // a container parses it, and the answer is still true
         return true;
     }
     default: return false;

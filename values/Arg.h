@@ -1,10 +1,10 @@
 // Arg: one typed value, and the base of every kind of value.
 //
-// A value holds a signed or unsigned integer of 32 or 16 bits, a boolean, a string, or nothing. Every read answers
-// for every stored type by converting where it can, and no read changes the stored type.
+// A value holds a signed or unsigned integer of 32 or 16 bits, a boolean, a string, or nothing. Every read
+// answers for every stored type by converting where it can, and no read changes the stored type.
 //
-// An object starts unset, with one reference that belongs to its creator. Every operation that reads or changes the
-// content holds the object's own recursive lock for its length; GetType and IsNumeric do not.
+// An object starts unset, with one reference that belongs to its creator. Every operation that reads or
+// changes the content holds the object's own recursive lock for its length; GetType and IsNumeric do not.
 // Declarations stand in the order fixed for their slots.
 #pragma once
 
@@ -28,23 +28,21 @@ public:
 
     Arg();
     ~Arg() override;
-    long AddRef() override { return RefCounted::AddRef(); }
-    long Release() override { return RefCounted::Release(); }
 
-    // A copy with a count of 1, a lock of its own and nothing shared. A container throws COrvexException when it is
-    // nested deeper than 100 levels.
+    // A copy with a count of 1, a lock of its own and nothing shared. A container throws COrvexException when
+    // it is nested deeper than 100 levels.
     virtual Arg* Clone();
 
-    // The value as a dump shows it: booleans as "True" and "False", a container as its whole list. The reference is
-    // into the object and good until the next change of it.
+    // The value as a dump shows it: booleans as "True" and "False", a container as its whole list. The
+    // reference is into the object and good until the next change of it.
     virtual const std::string& DumpArg();
 
     // True for a run of digits behind at most one sign; a lone sign counts.
     virtual bool IsNumeric(std::string s);
 
-    // Reads. With a pointer: false, and the target as it was, for a null pointer or a value that does not convert.
-    // Without one: the value, or COrvexException where the other says false. Shorter types take the low bits with no
-    // test of range; digits beyond an int saturate at its limits.
+    // Reads. With a pointer: false, and the target as it was, for a null pointer or a value that does not
+    // convert. Without one: the value, or COrvexException where the other says false. Shorter types take the
+    // low bits with no test of range; digits beyond an int saturate at its limits.
     virtual bool GetValueInt(int* piVal);
     virtual int GetValueInt();
     virtual bool GetValueUInt(unsigned int* puiVal);
@@ -56,21 +54,22 @@ public:
     virtual bool GetValueBool(bool* pbVal);
     virtual bool GetValueBool();
 
-    // The value as text, true for every type: numbers in decimal, booleans as 1 and 0, an unset value as the empty
-    // string. The second form never throws; its reference is into the object and good until the next change of it.
+    // The value as text, true for every type: numbers in decimal, booleans as 1 and 0, an unset value as the
+    // empty string. The second form never throws; its reference is into the object and good until the next
+    // change of it.
     virtual bool GetValueString(std::string* pString);
     virtual const std::string& GetValueString();
 
-    // The container that this value is or holds, with a reference for the caller. False, or COrvexException, when it
-    // is none.
+    // The container that this value is or holds, with a reference for the caller. False, or COrvexException,
+    // when it is none.
     virtual bool GetValueArray(Arguments** ppArgs);
     virtual Arguments* GetValueArray();
 
     virtual int GetType();     // enumArgTypes
     virtual int GetClassID();  // enumClassIds
 
-    // Writes. True, and the type follows the value; false, with nothing changed, for a null text and for a source
-    // that is a container or of no type a plain value can have.
+    // Writes. True, and the type follows the value; false, with nothing changed, for a null text and for a
+    // source that is a container or of no type a plain value can have.
     virtual bool SetValue(Arg& rArg);
     virtual bool SetValue(std::string& s);
     virtual bool SetValue(const std::string& s);
@@ -81,8 +80,8 @@ public:
     virtual bool SetValue(unsigned int ui);
     virtual bool SetValue(int i);
 
-    // The full and the compact record of this value. 1, or -1 and one trace line. The stream keeps what was written
-    // before a failure; after a failed read the value is not to be used.
+    // The full and the compact record of this value. 1, or -1 and one trace line. The stream keeps what was
+    // written before a failure; after a failed read the value is not to be used.
     virtual int Pack(Serialize& s);
     virtual int Unpack(Serialize& s);
     virtual int Pack2(Serialize& s);

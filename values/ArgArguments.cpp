@@ -10,6 +10,23 @@ namespace {
 constexpr unsigned char NO_ARRAY = 0x00;
 constexpr unsigned char ARRAY_FOLLOWS = 0x01;
 
+// How deep the calling thread reads flags. One behind the other with no container between them is a failure
+// that shows only at the last of them, so a stream of nothing else has to end before the stack does.
+class FlagDepth
+{
+public:
+    FlagDepth() { ++t_nDepth; }
+    ~FlagDepth() { --t_nDepth; }
+    FlagDepth(const FlagDepth&) = delete;
+    FlagDepth& operator=(const FlagDepth&) = delete;
+
+    bool TooDeep() const { return t_nDepth > NestingLevel::MOST + 1; }
+
+private:
+    static thread_local int t_nDepth;
+};
+thread_local int FlagDepth::t_nDepth = 0;
+
 }  // namespace
 
 ArgArguments* ArgArguments::Create() { return new ArgArguments; }
@@ -79,12 +96,16 @@ int ArgArguments::PackArray(Serialize& s, const char* operation, int (ArgPackage
     ScopedLock lock(&m_lock);
     const unsigned char flag = m_pArgs != nullptr ? ARRAY_FOLLOWS : NO_ARRAY;
     if (s.WriteBytes(&flag, 1) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to write array flag 0x%02x to serial object", this, Array(), operation, flag);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "ArgArguments(%p, m_pArgs(%p))::%s, Failed to write array flag 0x%02x to serial object",
+                    this, Array(), operation, flag);
         return -1;
     }
     ArgPackager packager;
     if (m_pArgs != nullptr && (packager.*pack)(s, m_pArgs) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to pack Arguments array", this, Array(), operation);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "ArgArguments(%p, m_pArgs(%p))::%s, Failed to pack Arguments array", this, Array(),
+                    operation);
         return -1;
     }
     return 1;
@@ -105,19 +126,26 @@ int ArgArguments::Unpack2(Serialize& s)
 int ArgArguments::UnpackArray(Serialize& s, const char* operation, Arg* (ArgPackager::*unpack)(Serialize&))
 {
     ScopedLock lock(&m_lock);
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "ArgArguments(%p, m_pArgs(%p))::%s, Unpacking Arguments array", this, Array(), operation);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "ArgArguments(%p, m_pArgs(%p))::%s, Unpacking Arguments array", this,
+                Array(), operation);
     unsigned char flag = NO_ARRAY;
     if (s.ReadBytes(&flag, 1) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to read ArgArguments pointer initialized flag.", this, Array(), operation);
+        ORVEX_TRACE(
+            m_pLogger, TRACE_STEP_FAILED,
+            "ArgArguments(%p, m_pArgs(%p))::%s, Failed to read ArgArguments pointer initialized flag.", this,
+            Array(), operation);
         return -1;
     }
     Hold(nullptr);
     if (flag != ARRAY_FOLLOWS)
         return 1;
+    const FlagDepth depth;
     ArgPackager packager;
-    ArgHolder pArg((packager.*unpack)(s));
+    ArgHolder pArg(depth.TooDeep() ? nullptr : (packager.*unpack)(s));
     if (pArg == nullptr || pArg->GetClassID() != CLASS_ID_ARGUMENTS) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "ArgArguments(%p, m_pArgs(%p))::%s, Failed to unpack arguments array", this, Array(), operation);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "ArgArguments(%p, m_pArgs(%p))::%s, Failed to unpack arguments array", this, Array(),
+                    operation);
         return -1;
     }
     Hold(static_cast<Arguments*>(pArg.release()));

@@ -1,5 +1,5 @@
-// ArgArguments: a value that holds a counted reference to a container instead of being one. It exists on the way in
-// from a stream; an Arguments that is stored as an entry needs no such wrapper.
+// ArgArguments: a value that holds a counted reference to a container instead of being one. It exists on the
+// way in from a stream; an Arguments that is stored as an entry needs no such wrapper.
 #pragma once
 
 #include "values/Arg.h"
@@ -21,8 +21,8 @@ public:
     int GetType() override;  // ARG_ARGUMENT
     int GetClassID() override;
 
-    // Both records: a flag of one byte, 0x01 when a container follows in its frame. Any other flag on reading is no
-    // container. A frame that holds another class is a failure.
+    // Both records: a flag of one byte, 0x01 when a container follows in its frame. Any other flag on reading
+    // is no container. A frame that holds another class is a failure.
     int Pack(Serialize& s) override;
     int Unpack(Serialize& s) override;
     int Pack2(Serialize& s) override;

@@ -1,6 +1,6 @@
-// The compact record of a plain value: tag, 8 bits, and the value in the smallest field that holds it, which the tag
-// tells. A string is size, 16 bits, and its bytes with their closing zero. There is no size in front: a reader that
-// does not know a tag has lost its place.
+// The compact record of a plain value: tag, 8 bits, and the value in the smallest field that holds it, which
+// the tag tells. A string is size, 16 bits, and its bytes with their closing zero. There is no size in front:
+// a reader that does not know a tag has lost its place.
 #include "values/Arg.h"
 #include "values/Serialize.h"
 
@@ -51,7 +51,8 @@ static_assert(std::size(COMPACT_TAGS) == ARG_SERIAL_USHORT_AS_UBYTE + 1, "the ta
 
 constexpr CompactTag UNKNOWN_TAG = {};
 
-// The tag of the smallest field that holds the value. An unsigned int above INT_MAX comes as a negative number.
+// The tag of the smallest field that holds the value. An unsigned int above INT_MAX comes as a negative
+// number.
 int TagOfValue(int type, int i)
 {
     const bool bUByte = i >= 0 && i <= UCHAR_MAX;
@@ -116,15 +117,18 @@ int Arg::Pack2(Serialize& s)
     if (type == ARG_STRING)
         return PackString2(s);
     if (type < ARG_NOTSET || type > ARG_STRING) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arg(%p, type(%d))::Pack2, Unknown Arg Type/Value, can't write arg", this, type);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "Arg(%p, type(%d))::Pack2, Unknown Arg Type/Value, can't write arg", this, type);
         return -1;
     }
     const int tag = TagOfValue(type, Signed());
     const bool bSteps = type != ARG_NOTSET && m_pLogger->IsTraceEnabled(TRACE_STEP);
     if (bSteps)
-        m_pLogger->Trace(TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing type %d (%s)", this, type, tag, PACK_TEXTS[type].label);
+        m_pLogger->Trace(TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing type %d (%s)", this, type, tag,
+                         PACK_TEXTS[type].label);
     if (s.WriteUByte(static_cast<unsigned char>(tag)) <= 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write type (%s)", this, type, PACK_TEXTS[type].label);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write type (%s)", this,
+                    type, PACK_TEXTS[type].label);
         return -1;
     }
     if (bSteps && (type == ARG_INT || type == ARG_UINT))
@@ -132,7 +136,8 @@ int Arg::Pack2(Serialize& s)
     else if (bSteps)
         m_pLogger->Trace(TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing value %d", this, type, Signed());
     if (WriteField(s, COMPACT_TAGS[tag].field) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, %s %d", this, type, PACK_TEXTS[type].failed, Signed());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, %s %d", this, type,
+                    PACK_TEXTS[type].failed, Signed());
         return -1;
     }
     return 1;
@@ -155,18 +160,22 @@ int Arg::PackString2(Serialize& s)
     const std::size_t size = m_string.size() + 1;
     const int n = size > INT_MAX ? INT_MAX : static_cast<int>(size);
     if (n > USHRT_MAX) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write string size %d", this, Type(), n);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write string size %d",
+                    this, Type(), n);
         return -1;
     }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing string \"%s\" type %d (string)", this, Type(),
-                m_string.c_str(), ARG_STRING);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing string \"%s\" type %d (string)",
+                this, Type(), m_string.c_str(), ARG_STRING);
     if (s.WriteUByte(ARG_STRING) <= 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write type (string)", this, Type());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write type (string)",
+                    this, Type());
         return -1;
     }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing string \"%s\" size %d", this, Type(), m_string.c_str(), n);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack2, writing string \"%s\" size %d", this,
+                Type(), m_string.c_str(), n);
     if (s.WriteShort(static_cast<short>(n)) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write string size %d", this, Type(), n);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack2, failed to write string size %d",
+                    this, Type(), n);
         return -1;
     }
     return PackText(s, n, "Pack2");
@@ -186,7 +195,8 @@ int Arg::Unpack2(Serialize& s)
         return UnpackString2(s);
     const CompactTag& row = tag < std::size(COMPACT_TAGS) ? COMPACT_TAGS[tag] : UNKNOWN_TAG;
     if (row.label == nullptr) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arg(%p, type(%d))::Unpack2, read unknown type %d, unable to unpack Arg", this, tag, tag);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "Arg(%p, type(%d))::Unpack2, read unknown type %d, unable to unpack Arg", this, tag, tag);
         return -1;
     }
     if (row.field == FIELD_NONE || row.field == FIELD_WIDE)
@@ -198,7 +208,8 @@ int Arg::Unpack2(Serialize& s)
         ORVEX_TRACE(m_pLogger, TRACE_STEP, "Unpack2, read type %d, (%s)", tag, row.label);
     int i = 0;
     if (!ReadNarrowField(s, row.field, &i)) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read (%s)", this, tag, row.label);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read (%s)", this,
+                    tag, row.label);
         return -1;
     }
     const bool bWord = row.type == ARG_INT || row.type == ARG_UINT;
@@ -211,11 +222,13 @@ int Arg::Unpack2(Serialize& s)
 int Arg::UnpackWide2(Serialize& s, const char* label)
 {
     const int type = Type();
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack2, read type %d, (%s)", this, type, type, label);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack2, read type %d, (%s)", this, type, type,
+                label);
     if (type == ARG_NOTSET)
         return 1;
     if (ReadNumberField(s) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read %s data", this, type, label);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read %s data", this,
+                    type, label);
         return -1;
     }
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack2, read value %s", this, type,
@@ -227,10 +240,12 @@ int Arg::UnpackString2(Serialize& s)
 {
     unsigned short size;
     if (s.ReadUShort(&size) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack2, failed to read size of Arg data", this, Type());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "Arg(%p, type(%d))::Unpack2, failed to read size of Arg data", this, Type());
         return -1;
     }
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack2, read size %d", this, Type(), size);
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack2, read type %d, (string)", this, Type(), Type());
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack2, read type %d, (string)", this, Type(),
+                Type());
     return UnpackText(s, size, "Unpack2");
 }

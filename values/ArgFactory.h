@@ -7,8 +7,8 @@ class Arg;
 class UserArgFactory
 {
 public:
-    // A new value with one reference for the caller, or null for an id that is not its own. Called on the thread
-    // that reads, under the factory's lock.
+    // A new value with one reference for the caller, or null for an id that is not its own. Called on the
+    // thread that reads, under the factory's lock.
     virtual Arg* NewArg(int classId) = 0;
 
 protected:
@@ -20,12 +20,12 @@ class ArgFactory
 public:
     ArgFactory() = delete;
 
-    // A new object with one reference for the caller, or null. Ids of the library (1, 2, 3, 5, 6) come first, then
-    // the user factories are asked in the order in which they were added.
+    // A new object with one reference for the caller, or null. Ids of the library (1, 2, 3, 5, 6) come first,
+    // then the user factories are asked in the order in which they were added.
     static Arg* NewArg(int classId);
 
-    // Any thread, at any time. Add: false for null or one that is on the list. Remove: false for one that is not;
-    // when it returns the factory is not in use.
+    // Any thread, at any time. Add: false for null or one that is on the list. Remove: false for one that is
+    // not; when it returns the factory is not in use.
     static bool AddUserFactory(UserArgFactory* pFactory);
     static bool RemoveUserFactory(UserArgFactory* pFactory);
 };

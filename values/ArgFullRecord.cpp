@@ -1,8 +1,8 @@
-// The full record of a plain value: size, 16 bits; tag, 16 bits; the value in as many bytes as size says. The size
-// lets a reader step over a tag that it does not know.
+// The full record of a plain value: size, 16 bits; tag, 16 bits; the value in as many bytes as size says. The
+// size lets a reader step over a tag that it does not know.
 //
-// An unset value is size 0 and tag 0. Older writers left out one of the two fields, so a reader takes a size of 0
-// that is not followed by two zero bytes for a whole unset value.
+// An unset value is size 0 and tag 0. Older writers left out one of the two fields, so a reader takes a size
+// of 0 that is not followed by two zero bytes for a whole unset value.
 #include "values/Arg.h"
 #include "values/Serialize.h"
 
@@ -20,7 +20,8 @@ struct NumberTag
 
 // By tag. An unset value and a string have rows so that the tag is the index.
 constexpr NumberTag NUMBER_TAGS[] = {
-    {0, "ARG_NOTSET"}, {4, "int"}, {4, "unsigned int"}, {2, "unsigned short"}, {2, "short"}, {1, "bool"}, {0, "string"},
+    {0, "ARG_NOTSET"}, {4, "int"},  {4, "unsigned int"}, {2, "unsigned short"},
+    {2, "short"},      {1, "bool"}, {0, "string"},
 };
 static_assert(std::size(NUMBER_TAGS) == ARG_STRING + 1, "one row a tag");
 
@@ -34,7 +35,8 @@ int Arg::Pack(Serialize& s)
     ScopedLock lock(&m_lock);
     const int type = Type();
     if (type < ARG_NOTSET || type > ARG_STRING) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arg(%p, type(%d))::Pack, Unknown Arg Type/Value, can't write arg", this, type);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "Arg(%p, type(%d))::Pack, Unknown Arg Type/Value, can't write arg", this, type);
         return -1;
     }
     if (type == ARG_STRING)
@@ -43,21 +45,25 @@ int Arg::Pack(Serialize& s)
     const NumberTag& tag = NUMBER_TAGS[type];
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing size %d", this, type, tag.size);
     if (s.WriteShort(tag.size) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write size %d", this, type, tag.size);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write size %d", this,
+                    type, tag.size);
         return -1;
     }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing type %d (%s)", this, type, type, tag.label);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing type %d (%s)", this, type, type,
+                tag.label);
     if (s.WriteShort(static_cast<short>(type)) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write type %d (%s)", this, type, type,
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write type %d (%s)",
+                    this, type, type,
                     type == ARG_NOTSET ? "ARG NOTSET" : tag.label);  // sic
         return -1;
     }
     if (type == ARG_NOTSET)
         return 1;
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing value %s", this, type, NumberText().c_str());
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing value %s", this, type,
+                NumberText().c_str());
     if (WriteNumber(s) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write value %s", this, type,
-                    NumberText().c_str());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write value %s", this,
+                    type, NumberText().c_str());
         return -1;
     }
     return 1;
@@ -70,14 +76,15 @@ int Arg::PackString(Serialize& s)
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing string \"%s\" size %d", this, Type(),
                 m_string.c_str(), n);
     if (n > SHRT_MAX || s.WriteShort(static_cast<short>(n)) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write string size %d", this, Type(), n);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write string size %d",
+                    this, Type(), n);
         return -1;
     }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing string \"%s\" type %d (string)", this, Type(),
-                m_string.c_str(), ARG_STRING);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Pack, writing string \"%s\" type %d (string)",
+                this, Type(), m_string.c_str(), ARG_STRING);
     if (s.WriteShort(ARG_STRING) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write type %d (string)", this, Type(),
-                    ARG_STRING);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Pack, failed to write type %d (string)",
+                    this, Type(), ARG_STRING);
         return -1;
     }
     return PackText(s, n, "Pack");
@@ -89,8 +96,8 @@ int Arg::PackText(Serialize& s, int nSize, const char* operation)
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::%s, writing value \"%s\"", this, Type(), operation,
                 m_string.c_str());
     if (s.WriteBytes(m_string.c_str(), nSize) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::%s, failed to write value \"%s\"", this, Type(),
-                    operation, m_string.c_str());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::%s, failed to write value \"%s\"", this,
+                    Type(), operation, m_string.c_str());
         return -1;
     }
     return 1;
@@ -102,7 +109,8 @@ int Arg::Unpack(Serialize& s)
     ScopedLock lock(&m_lock);
     short size;
     if (s.ReadShort(&size) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack, failed to read size of Arg data", this, Type());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "Arg(%p, type(%d))::Unpack, failed to read size of Arg data", this, Type());
         return -1;
     }
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack, read size %d", this, Type(), size);
@@ -112,26 +120,31 @@ int Arg::Unpack(Serialize& s)
     }
     short type;
     if (s.ReadShort(&type) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack, failed to read Arg type", this, Type());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack, failed to read Arg type", this,
+                    Type());
         return -1;
     }
     SetType(type);
     if (type < ARG_NOTSET || type > ARG_STRING) {
         if (size < 0 || size > s.BytesRemaining()) {
-            ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack, failed to skip %d bytes of data", this, type, size);
+            ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                        "Arg(%p, type(%d))::Unpack, failed to skip %d bytes of data", this, type, size);
             return -1;
         }
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "Arg(%p, type(%d))::Unpack, read unknown type %d, skipping data", this, type, type);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "Arg(%p, type(%d))::Unpack, read unknown type %d, skipping data", this, type, type);
         s.SkipRead(size);
         return -1;
     }
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack, read type %d, (%s)", this, type, type, NUMBER_TAGS[type].label);
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack, read type %d, (%s)", this, type, type,
+                NUMBER_TAGS[type].label);
     if (type == ARG_NOTSET)
         return 1;
     if (type == ARG_STRING)
         return UnpackText(s, size, "Unpack");
     if (ReadNumberField(s) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack, failed to read %s data", this, type, NUMBER_TAGS[type].label);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::Unpack, failed to read %s data", this,
+                    type, NUMBER_TAGS[type].label);
         return -1;
     }
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::Unpack, read value %s", this, type,
@@ -154,13 +167,15 @@ int Arg::UnpackText(Serialize& s, int nSize, const char* operation)
     const char* text = nSize > 0 && nSize <= s.BytesRemaining() ? s.DataAt(pos) : nullptr;
     const void* end = text != nullptr ? memchr(text, 0, static_cast<std::size_t>(nSize)) : nullptr;
     if (end == nullptr) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "Arg(%p, type(%d))::%s, failed to read string data of size %d", this, Type(),
-                    operation, nSize);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "Arg(%p, type(%d))::%s, failed to read string data of size %d", this, Type(), operation,
+                    nSize);
         return -1;
     }
     m_string.assign(text, static_cast<const char*>(end));
     s.SkipRead(nSize);
-    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::%s, read value %s", this, Type(), operation, m_string.c_str());
+    ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arg(%p, type(%d))::%s, read value %s", this, Type(), operation,
+                m_string.c_str());
     return 1;
 }
 
@@ -214,4 +229,7 @@ int Arg::TakeBits(unsigned int ui, unsigned int mask)
 }
 
 // Decimal, in the sign of the type; the wide unsigned type too.
-std::string Arg::NumberText() const { return Type() == ARG_UINT ? std::to_string(m_value) : std::to_string(Signed()); }
+std::string Arg::NumberText() const
+{
+    return Type() == ARG_UINT ? std::to_string(m_value) : std::to_string(Signed());
+}

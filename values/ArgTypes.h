@@ -3,17 +3,17 @@
 
 enum enumArgTypes
 {
-    ARG_NOTSET = 0,      // no value
-    ARG_INT = 1,         // signed 32-bit integer
-    ARG_UINT = 2,        // unsigned 32-bit integer
-    ARG_USHORT = 3,      // unsigned 16-bit integer
-    ARG_SHORT = 4,       // signed 16-bit integer
-    ARG_BOOL = 5,        // boolean
-    ARG_STRING = 6,      // string
-    ARG_ARGARRAY = 7,    // the object is an Arguments container
-    ARG_ARGUMENT = 8,    // the object is an ArgArguments; only its own GetType gives this
-    ARG_REFERENCE = 9,   // published; no class here stores it
-    ARG_OBJFACTORY = 10, // published; no class here stores it
+    ARG_NOTSET = 0,       // no value
+    ARG_INT = 1,          // signed 32-bit integer
+    ARG_UINT = 2,         // unsigned 32-bit integer
+    ARG_USHORT = 3,       // unsigned 16-bit integer
+    ARG_SHORT = 4,        // signed 16-bit integer
+    ARG_BOOL = 5,         // boolean
+    ARG_STRING = 6,       // string
+    ARG_ARGARRAY = 7,     // the object is an Arguments container
+    ARG_ARGUMENT = 8,     // the object is an ArgArguments; only its own GetType gives this
+    ARG_REFERENCE = 9,    // published; no class here stores it
+    ARG_OBJFACTORY = 10,  // published; no class here stores it
 
     // Narrowed tags: in compact records only. Reading restores the wide tag.
     ARG_SERIAL_INT_AS_SHORT = 11,

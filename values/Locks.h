@@ -28,8 +28,8 @@ private:
     CRITICAL_SECTION m_section;
 };
 
-// Holds a lock for a scope. Unlock and Lock let go and take it again in between; a second call of either in a row
-// does nothing. The lock is not owned and outlives the guard.
+// Holds a lock for a scope. Unlock and Lock let go and take it again in between; a second call of either in a
+// row does nothing. The lock is not owned and outlives the guard.
 class ScopedLock
 {
 public:

@@ -1,5 +1,5 @@
-// How deep the calling thread stands in containers: 100 levels at the most, the outermost being level 1, so that
-// hostile data and a container inside itself end instead of overflowing the stack.
+// How deep the calling thread stands in containers: 100 levels at the most, the outermost being level 1, so
+// that hostile data and a container inside itself end instead of overflowing the stack.
 #pragma once
 
 class NestingLevel

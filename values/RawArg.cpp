@@ -17,7 +17,9 @@ RawArg::~RawArg()
 {
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "RawArg(%p, m_pBuf(%p))::~RawArg()", this, m_pBuf);
     if (Length() > 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "RawArg(%p, m_pBuf(%p))::~RawArg, Data buffer length = %d, deleting", this, m_pBuf, Length());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP,
+                    "RawArg(%p, m_pBuf(%p))::~RawArg, Data buffer length = %d, deleting", this, m_pBuf,
+                    Length());
     delete[] m_pBuf;
 }
 
@@ -40,15 +42,21 @@ int RawArg::GetLength()
 
 int RawArg::GetValue(void* pBuf, int iLen)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "RawArg(%p, m_pBuf(%p))::GetValue( pBuf(%p), iLen(%d) )", this, m_pBuf, pBuf, iLen);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "RawArg(%p, m_pBuf(%p))::GetValue( pBuf(%p), iLen(%d) )", this,
+                m_pBuf, pBuf, iLen);
     ScopedLock lock(&m_lock);
     if (pBuf == nullptr || iLen <= 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "RawArg(%p, m_pBuf(%p))::GetValue, Bad parameter, no data copied to user buffer", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "RawArg(%p, m_pBuf(%p))::GetValue, Bad parameter, no data copied to user buffer", this,
+                    m_pBuf);
         return 0;
     }
     const int n = iLen < Length() ? iLen : Length();
     if (iLen != Length())
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "RawArg(%p, m_pBuf(%p))::GetValue, Requested %d bytes, buffer length %d bytes, copying %d", this, m_pBuf, iLen, Length(), n);
+        ORVEX_TRACE(
+            m_pLogger, TRACE_STEP_SKIPPED,
+            "RawArg(%p, m_pBuf(%p))::GetValue, Requested %d bytes, buffer length %d bytes, copying %d", this,
+            m_pBuf, iLen, Length(), n);
     if (n > 0)
         memcpy(pBuf, m_pBuf, static_cast<std::size_t>(n));
     return n;
@@ -56,10 +64,12 @@ int RawArg::GetValue(void* pBuf, int iLen)
 
 bool RawArg::SetValue(const void* pBuf, int iLen)
 {
-    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "RawArg(%p, m_pBuf(%p))::SetValue( pBuf(%p), iLen(%d) )", this, m_pBuf, pBuf, iLen);
+    ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "RawArg(%p, m_pBuf(%p))::SetValue( pBuf(%p), iLen(%d) )", this,
+                m_pBuf, pBuf, iLen);
     ScopedLock lock(&m_lock);
     if (Length() > 0)
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED, "RawArg(%p, m_pBuf(%p))::SetValue, Existing buffer not empty, deleting", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_SKIPPED,
+                    "RawArg(%p, m_pBuf(%p))::SetValue, Existing buffer not empty, deleting", this, m_pBuf);
     Replace(pBuf, iLen);
     return true;
 }
@@ -82,11 +92,13 @@ int RawArg::Pack(Serialize& s)
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "RawArg(%p, m_pBuf(%p))::Pack()", this, m_pBuf);
     ScopedLock lock(&m_lock);
     if (s.WriteInt(Length()) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Pack, failed to write data size %d", this, m_pBuf, Length());
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "RawArg(%p, m_pBuf(%p))::Pack, failed to write data size %d", this, m_pBuf, Length());
         return -1;
     }
     if (Length() > 0 && s.WriteBytes(m_pBuf, Length()) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Pack, failed to write data", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Pack, failed to write data", this,
+                    m_pBuf);
         return -1;
     }
     return 1;
@@ -99,13 +111,16 @@ int RawArg::Unpack(Serialize& s)
     Replace(nullptr, 0);
     int iLen = 0;
     if (s.ReadInt(&iLen) < 0 || iLen > s.BytesRemaining()) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Unpack, failed to read size of the data", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "RawArg(%p, m_pBuf(%p))::Unpack, failed to read size of the data", this, m_pBuf);
         return -1;
     }
     if (iLen <= 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP, "RawArg(%p, m_pBuf(%p))::Unpack, data length is 0, arg will be empty", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP,
+                    "RawArg(%p, m_pBuf(%p))::Unpack, data length is 0, arg will be empty", this, m_pBuf);
     } else if (!ReadBlock(s, iLen)) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Unpack, failed to read data", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Unpack, failed to read data", this,
+                    m_pBuf);
         return -1;
     }
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "RawArg(%p, m_pBuf(%p))::Unpack, succeeded", this, m_pBuf);
@@ -130,12 +145,15 @@ int RawArg::Pack2(Serialize& s)
     if (Length() == 0)
         return Arg::Pack2(s);
     const unsigned char zero = 0;
-    if (Length() >= USHRT_MAX || s.WriteUByte(ARG_STRING) <= 0 || s.WriteUShort(static_cast<unsigned short>(Length() + 1)) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Pack2, failed to write data size %d", this, m_pBuf, Length());
+    if (Length() >= USHRT_MAX || s.WriteUByte(ARG_STRING) <= 0 ||
+        s.WriteUShort(static_cast<unsigned short>(Length() + 1)) < 0) {
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "RawArg(%p, m_pBuf(%p))::Pack2, failed to write data size %d", this, m_pBuf, Length());
         return -1;
     }
     if (s.WriteBytes(m_pBuf, Length()) < 0 || s.WriteUByte(zero) < 0) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Pack2, failed to write data", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Pack2, failed to write data", this,
+                    m_pBuf);
         return -1;
     }
     return 1;
@@ -152,11 +170,13 @@ int RawArg::Unpack2(Serialize& s)
     unsigned char uc;
     unsigned short size = 0;
     if (s.ReadUByte(&uc) < 0 || s.ReadUShort(&size) < 0 || size == 0 || size > s.BytesRemaining()) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Unpack2, failed to read size of the data", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED,
+                    "RawArg(%p, m_pBuf(%p))::Unpack2, failed to read size of the data", this, m_pBuf);
         return -1;
     }
     if (size > 1 && !ReadBlock(s, size - 1)) {
-        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Unpack2, failed to read data", this, m_pBuf);
+        ORVEX_TRACE(m_pLogger, TRACE_STEP_FAILED, "RawArg(%p, m_pBuf(%p))::Unpack2, failed to read data",
+                    this, m_pBuf);
         return -1;
     }
     s.SkipRead(1);

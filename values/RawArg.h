@@ -1,7 +1,7 @@
 // RawArg: a value that carries a block of bytes of any content, read out by length.
 //
-// The block lives beside the inherited value and does not touch it: GetType gives ARG_NOTSET unless an inherited
-// SetValue is used. The object owns its block; bytes are copied in and out, never handed out.
+// The block lives beside the inherited value and does not touch it: GetType gives ARG_NOTSET unless an
+// inherited SetValue is used. The object owns its block; bytes are copied in and out, never handed out.
 #pragma once
 
 #include "values/Arg.h"
@@ -16,13 +16,13 @@ public:
     Arg* Clone() override;
     int GetClassID() override;
 
-    // The full record is a 32-bit length and the bytes; a length of 0 has no bytes field. A failed Unpack leaves the
-    // object empty.
+    // The full record is a 32-bit length and the bytes; a length of 0 has no bytes field. A failed Unpack
+    // leaves the object empty.
     int Pack(Serialize& s) override;
     int Unpack(Serialize& s) override;
-    // The compact record is tag 6, a 16-bit size of the length + 1, the bytes and a closing zero: the shape of a
-    // string, so that a reader without blocks stays in step. Up to 65534 bytes; an empty block is an unset value's
-    // record, and any other tag on reading is the inherited record.
+    // The compact record is tag 6, a 16-bit size of the length + 1, the bytes and a closing zero: the shape
+    // of a string, so that a reader without blocks stays in step. Up to 65534 bytes; an empty block is an
+    // unset value's record, and any other tag on reading is the inherited record.
     int Pack2(Serialize& s) override;
     int Unpack2(Serialize& s) override;
 

@@ -1,15 +1,16 @@
 // Serialize: the byte stream that values write themselves to and read themselves from.
 //
-// The library has no stream of its own: whoever calls Pack or Unpack hands one in and keeps owning it. One thread
-// at a time works on a stream. Byte order, and how a boolean is held, are the stream's own business.
+// The library has no stream of its own: whoever calls Pack or Unpack hands one in and keeps owning it. One
+// thread at a time works on a stream. Byte order, and how a boolean is held, are the stream's own business.
 //
-// Results are negative for failure and positive for success. A failed read leaves its target as it was. What the
-// library asks of a stream beyond the obvious:
+// Results are negative for failure and positive for success. A failed read leaves its target as it was. What
+// the library asks of a stream beyond the obvious:
 // - a hole left by SkipWrite is filled later by WriteShortAt, which leaves the write position where it is;
 // - ReadUShort accepts what WriteShort wrote;
 // - the 16-bit reads store 16 bits, ReadBool stores one byte;
 // - DataAt gives the bytes at a read position in place, and they stay put while reading goes on;
-// - positions are byte offsets, and BytesRemaining() counts from the read position to the end of what was written.
+// - positions are byte offsets, and BytesRemaining() counts from the read position to the end of what was
+// written.
 #pragma once
 
 class Serialize

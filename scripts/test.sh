@@ -1,0 +1,109 @@
+#!/usr/bin/env bash
+# Builds and runs every test, and stops at the first that fails. What a step prints is in build/test-logs.
+#
+#   scripts/test.sh [SECONDS]      how long each fuzz target runs, 30 by default
+set -euo pipefail
+cd "$(dirname "$0")/.."
+fuzz_seconds=${1:-30}
+logs=$PWD/build/test-logs
+mkdir -p "$logs"
+
+# step NAME TEXT COMMAND...: one line when it begins, one when it ends.
+step() {
+    local name=$1 text=$2 start=$SECONDS status
+    shift 2
+    echo "-- $text"
+    # Not as a condition: inside one the shell would go on behind a failing command.
+    set +e
+    (set -e && "$@") >"$logs/$name.log" 2>&1
+    status=$?
+    set -e
+    if [ $status -ne 0 ]; then
+        tail -n 60 "$logs/$name.log"
+        echo "   FAILED, $((SECONDS - start)) s; all of it is in build/test-logs/$name.log"
+        exit 1
+    fi
+    echo "   passed, $((SECONDS - start)) s$(summary "$logs/$name.log")"
+}
+
+summary() {
+    sed -n -e 's/^SUMMARY: //p' -e 's/^\[  PASSED  \] /passed: /p' \
+        -e 's/^100% tests passed, 0 tests failed out of \(.*\)/test programs passed: \1/p' "$1" |
+        paste -s -d ';' | sed -e 's/;/; /g' -e 's/^/: /'
+}
+
+build() {
+    local preset=$1
+    shift
+    cmake --preset "$preset"
+    cmake --build --preset "$preset" "$@"
+}
+
+check_formatting() {
+    git ls-files -z -- '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror
+    echo "SUMMARY: $(git ls-files -- '*.cpp' '*.h' | wc -l) files"
+}
+
+# With the compile commands of the build before it.
+check_code() {
+    local folders=(failures values arguments names logging platform tools examples)
+    git ls-files -z -- "${folders[@]/%//*.cpp}" |
+        xargs -0 -n 4 -P "$(nproc)" clang-tidy -p build/asan --quiet --warnings-as-errors='*'
+    echo "SUMMARY: $(git ls-files -- "${folders[@]/%//*.cpp}" | wc -l) files"
+}
+
+test_asan() {
+    build asan
+    ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+        ctest --test-dir build/asan --output-on-failure --no-tests=error --timeout 300 -j "$(nproc)"
+}
+
+# The thread sanitizer wants its fixed addresses free, so the addresses of the process are not made random.
+test_tsan() {
+    local fixed=()
+    if setarch "$(uname -m)" -R true 2>/dev/null; then fixed=(setarch "$(uname -m)" -R); fi
+    build tsan --target orvextests
+    TSAN_OPTIONS=halt_on_error=1 "${fixed[@]}" build/tsan/orvextests --gtest_filter='*Thread*'
+}
+
+# Finds go to a folder of the build; only what makes a target fail is worth a look.
+fuzz_one() {
+    local target=$1 name=${1#build/fuzz/fuzz_}
+    local finds=build/fuzz/finds-$name
+    mkdir -p "$finds"
+    "$target" -max_total_time="$fuzz_seconds" -timeout=10 -close_fd_mask=1 -print_final_stats=1 \
+        -dict=fuzz/keywords.dict -artifact_prefix=build/fuzz/failing-"$name"- "$finds" "fuzz/corpus/$name" 2>&1 |
+        sed "s/^stat::number_of_executed_units: */SUMMARY: $name inputs: /"
+}
+
+# As many at a time as there are processors.
+fuzz() {
+    local sources=(fuzz/fuzz_*.cpp) target
+    export -f fuzz_one
+    export fuzz_seconds
+    for target in "${sources[@]##*/}"; do echo "build/fuzz/${target%.cpp}"; done |
+        xargs -P "$(nproc)" -I TARGET bash -c 'set -e -o pipefail; fuzz_one TARGET'
+}
+
+check_messages() {
+    local convert=(build/release/orvexargs convert) messages=examples/messages.txt
+    "${convert[@]}" --to json "$messages" >build/messages.json
+    for form in full compact; do
+        "${convert[@]}" --to "$form" "$messages" | "${convert[@]}" --from "$form" --to json >build/messages.back
+        cmp build/messages.json build/messages.back
+    done
+    echo "SUMMARY: $(wc -l <build/messages.json) messages"
+}
+
+scripts/setup.sh
+step formatting "Formatting of all sources" check_formatting
+step asan "All tests under the address and undefined-behaviour sanitizers" test_asan
+step clang-tidy "Static checks of the library and the tools" check_code
+step tsan "Tests with threads under the thread sanitizer" test_tsan
+step fuzz-build "Fuzz targets" build fuzz --target fuzz/all
+step fuzz "Every fuzz target for $fuzz_seconds s from its corpus" fuzz
+step release "Release build" build release
+step messages "Sample messages through both forms and back" check_messages
+step example "Example program" build/release/fill_and_pack
+step demo "Demonstration" scripts/demo.sh
+echo "All passed in $SECONDS s"
