@@ -27,11 +27,12 @@ HRESULT CComArg::Create(CComArg** ppComArg)
     const HRESULT hr = CoCreateInstance(CLSID_Arg, nullptr, CLSCTX_ALL, IID_IArg, &pv);
     if (FAILED(hr) || pv == nullptr)
         return FAILED(hr) ? hr : E_FAIL;
-    std::unique_ptr<IArg, ReleaseInterface> pArg(static_cast<IArg*>(pv));
-    *ppComArg = OwnObject(pArg.get());
-    if (*ppComArg == nullptr)
+    IArg* pArg = static_cast<IArg*>(pv);
+    *ppComArg = OwnObject(pArg);
+    if (*ppComArg == nullptr) {
+        pArg->Release();
         return E_FAIL;
-    pArg.release();
+    }
     return hr;
 }
 

@@ -27,11 +27,12 @@ HRESULT CComArguments::Create(CComArguments** ppComArguments)
     const HRESULT hr = CoCreateInstance(CLSID_Arguments, nullptr, CLSCTX_ALL, IID_IArguments, &pv);
     if (FAILED(hr) || pv == nullptr)
         return FAILED(hr) ? hr : E_FAIL;
-    std::unique_ptr<IArguments, ReleaseInterface> pArguments(static_cast<IArguments*>(pv));
-    *ppComArguments = OwnObject(pArguments.get());
-    if (*ppComArguments == nullptr)
+    IArguments* pArguments = static_cast<IArguments*>(pv);
+    *ppComArguments = OwnObject(pArguments);
+    if (*ppComArguments == nullptr) {
+        pArguments->Release();
         return E_FAIL;
-    pArguments.release();
+    }
     return hr;
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 struct TypeLibType
 {
     VARTYPE vt = VT_EMPTY;
@@ -74,3 +76,5 @@ inline SHORT MethodOffset(std::size_t iMethod) { return static_cast<SHORT>((7 + 
 HRESULT PlatformInvokeMethod(const TypeLibMethod& rMethod, SHORT oVft, void* pvInstance,
                              DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
                              UINT* puArgErr);
+
+#pragma GCC visibility pop

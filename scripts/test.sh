@@ -46,7 +46,7 @@ check_formatting() {
 
 # With the compile commands of the build before it.
 check_code() {
-    local folders=(failures values arguments names logging platform tools examples)
+    local folders=(failures values arguments names logging component platform tools examples)
     git ls-files -z -- "${folders[@]/%//*.cpp}" |
         xargs -0 -n 4 -P "$(nproc)" clang-tidy -p build/asan --quiet --warnings-as-errors='*'
     echo "SUMMARY: $(git ls-files -- "${folders[@]/%//*.cpp}" | wc -l) files"
@@ -62,8 +62,11 @@ test_asan() {
 test_tsan() {
     local fixed=()
     if setarch "$(uname -m)" -R true 2>/dev/null; then fixed=(setarch "$(uname -m)" -R); fi
-    build tsan --target orvextests
-    TSAN_OPTIONS=halt_on_error=1 "${fixed[@]}" build/tsan/orvextests --gtest_filter='*Thread*'
+    build tsan --target orvextests orvexcomponenttests
+    local program
+    for program in orvextests orvexcomponenttests; do
+        TSAN_OPTIONS=halt_on_error=1 "${fixed[@]}" "build/tsan/$program" --gtest_filter='*Thread*'
+    done
 }
 
 # Finds go to a folder of the build; only what makes a target fail is worth a look.
@@ -105,5 +108,6 @@ step fuzz "Every fuzz target for $fuzz_seconds s from its corpus" fuzz
 step release "Release build" build release
 step messages "Sample messages through both forms and back" check_messages
 step example "Example program" build/release/fill_and_pack
+step component "Registration, example client and unregistration" tests/component/com_client_test.sh build/release
 step demo "Demonstration" scripts/demo.sh
 echo "All passed in $SECONDS s"
