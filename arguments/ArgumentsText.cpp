@@ -87,7 +87,8 @@ bool TextParser::ReadValues(bool* pbTextEnded)
                 return true;
         } else if (m_nType >= 0) {
             return false;
-        } else if (m_nType == TokenString::TYPE_INTEGER && Byte(m_token[0]) < 0x80) {  // not the stray byte 0xFE
+        } else if (m_nType == TokenString::TYPE_INTEGER &&
+                   Byte(m_token[0]) < 0x80) {  // not the stray byte 0xFE
             AddValue().SetValue(ParseInt(m_token.c_str()));
         } else {
             AddValue().SetValue(m_token);
