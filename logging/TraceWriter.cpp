@@ -30,6 +30,17 @@ size_t CharacterBytes(const char* text)
     return n;
 }
 
+// A cut text without the first bytes of a character whose others are gone.
+size_t WithoutHalfCharacter(const char* text, size_t nText)
+{
+    for (size_t i = 1; i <= 3 && i <= nText; ++i) {
+        const auto c = static_cast<unsigned char>(text[nText - i]);
+        if ((c & 0xC0) != 0x80)
+            return (c >= 0xF0 ? 4U : c >= 0xE0 ? 3U : c >= 0xC2 ? 2U : 1U) > i ? nText - i : nText;
+    }
+    return nText;
+}
+
 size_t BytesOf(const char* text, int nCharacters)
 {
     size_t nBytes = 0;
@@ -93,7 +104,8 @@ int LogWrapper::Trace(unsigned int mask, const char* fmt, va_list args)
         char* const pText = szLine + STAMP_BYTES;
         const int n = _vsnprintf(pText, FORMAT_BYTES, fmt, args);
         pText[FORMAT_BYTES - 1] = '\0';
-        const size_t nText = n < 0 ? strlen(pText) : static_cast<size_t>(n);
+        const size_t nText = n < 0 ? WithoutHalfCharacter(pText, strlen(pText)) : static_cast<size_t>(n);
+        pText[nText] = '\0';
         if (nText > LINE_CHARACTERS) {
             const size_t nCharacters = _mbslen(reinterpret_cast<const unsigned char*>(pText));
             if (nCharacters > LINE_CHARACTERS)
