@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 fuzz_seconds=${1:-30}
 logs=$PWD/build/test-logs
 mkdir -p "$logs"
+export ORVEX_REGISTRY=$PWD/build/registry  # not the machine's own
 
 # step NAME TEXT COMMAND...: one line when it begins, one when it ends.
 step() {
