@@ -99,6 +99,15 @@ TEST_F(RawArgTest, ReadsLeaveNothingOfTheOldBlock)
         Used);
 }
 
+TEST_F(RawArgTest, LengthBeyondTheEndIsSeenBeforeAnyByteIsRead)
+{
+    FailingStream full(2, FromHex("ffffff7f 010203")), compact(3, FromHex("06 ffff 010203"));
+    EXPECT_EQ(m_raw->Unpack(full), -1);
+    EXPECT_FALSE(full.HasRefused());
+    EXPECT_EQ(m_raw->Unpack2(compact), -1);
+    EXPECT_FALSE(compact.HasRefused());
+}
+
 TEST_F(RawArgTest, CompactBlockOnlyUpToWhatItsSizeHolds)
 {
     const Holder<RawArg> back(RawArg::Create());
