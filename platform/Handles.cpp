@@ -132,8 +132,8 @@ private:
                     m_Objects[i]->GiveBack(taken[i]);
                 return false;
             }
-            if (taken.back() == Waitable::TAKEN_ABANDONED && *pdwResult == WAIT_OBJECT_0)
-                *pdwResult = Result(i, taken.back());
+            if (taken.back() == Waitable::TAKEN_ABANDONED)
+                *pdwResult = WAIT_ABANDONED_0;  // of all, without saying which
         }
         return true;
     }

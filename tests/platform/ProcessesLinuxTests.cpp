@@ -130,6 +130,21 @@ TEST(ProcessesLinux, AreNoZombiesWhetherOrNotAnybodyWaits)
     CloseHandle(information.hThread);
 }
 
+TEST(ProcessesLinux, ThatHaveEndedAreNeitherTerminatedNorOpened)
+{
+    DWORD dwId = 0;
+    {
+        Child child("exit", "0");
+        dwId = child.Id();
+        child.Wait();
+        EXPECT_FALSE(TerminateProcess(child.Get(), 2));
+        EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), GetLastError());
+        EXPECT_EQ(0u, child.Wait());
+    }
+    EXPECT_EQ(nullptr, OpenProcess(SYNCHRONIZE, FALSE, dwId));
+    EXPECT_EQ(DWORD(ERROR_INVALID_PARAMETER), GetLastError());
+}
+
 TEST(ProcessesLinux, OfAnotherUserAreNotOpened)
 {
     if (geteuid() != 0)

@@ -160,6 +160,35 @@ TEST_F(RegistryFiles, ChangedByHandWakeTheWatch)
     }
 }
 
+TEST_F(RegistryFiles, AChangeBetweenTwoCallsIsNotLostNorOneToTheSameNorTheEndOfTheKey)
+{
+    const Handle event = ManualEvent();
+    const auto arm = [&](HKEY hKey) {
+        ResetEvent(event);
+        EXPECT_EQ(ERROR_SUCCESS,
+                  RegNotifyChangeKeyValue(hKey, TRUE, REG_NOTIFY_CHANGE_LAST_SET, event, TRUE));
+    };
+    const string sOne("\1\0\0\0", 4);
+    arm(m_hKey);
+    for (const char* what : {"first", "the same again"}) {
+        Set("Value", REG_DWORD, sOne);
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, LONG_ENOUGH)) << what;
+        Set("Value", REG_DWORD, sOne);
+        arm(m_hKey);
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, LONG_ENOUGH)) << "between, after " << what;
+        arm(m_hKey);
+        EXPECT_EQ(TIMED_OUT, WaitForSingleObject(event, A_WHILE)) << "nothing more";
+    }
+    for (const char* deleted : {"Upper\\Lower", "Upper"}) {
+        HKEY hKey = nullptr;
+        RegCreateKeyExA(m_hKey, "Upper\\Lower", 0, nullptr, 0, KEY_READ, nullptr, &hKey, nullptr);
+        arm(hKey);
+        RegDeleteTreeA(m_hKey, deleted);
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, LONG_ENOUGH)) << deleted;
+        RegCloseKey(hKey);
+    }
+}
+
 TEST_F(RegistryFiles, FailedStepsAreReportedAndTheOldValueStays)
 {
     const Handle event = ManualEvent();

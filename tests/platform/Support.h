@@ -8,7 +8,8 @@
 #include <utility>
 
 constexpr DWORD LONG_ENOUGH = 20000;  // milliseconds: for what is to happen
-constexpr DWORD A_WHILE = 50;         // for what is not
+constexpr DWORD TIMED_OUT = WAIT_TIMEOUT;
+constexpr DWORD A_WHILE = 50;  // for what is not
 
 class Handle
 {

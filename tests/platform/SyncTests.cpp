@@ -25,7 +25,7 @@ TEST(Events, TheFirstOfSeveralIsReported)
     EXPECT_EQ(WAIT_OBJECT_0, WaitAny({c, b, a})) << "the automatic one was taken though another came first";
     EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitAny({c, b, a}));
     ResetEvent(b);
-    EXPECT_EQ(WAIT_TIMEOUT, WaitAny({a, b, c}));
+    EXPECT_EQ(TIMED_OUT, WaitAny({a, b, c}));
 }
 
 TEST(Events, SettingTwiceWakesAnAutomaticOneOnce)
@@ -34,21 +34,21 @@ TEST(Events, SettingTwiceWakesAnAutomaticOneOnce)
     SetEvent(a);
     SetEvent(a);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(a, 0));
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(a, 0));
+    EXPECT_EQ(TIMED_OUT, WaitForSingleObject(a, 0));
 }
 
 TEST(Events, AWaitForAllTakesNothingBeforeItHasAll)
 {
     const Handle a = AutoEvent(TRUE), b = AutoEvent();
-    EXPECT_EQ(WAIT_TIMEOUT, WaitAll({a, b}));
+    EXPECT_EQ(TIMED_OUT, WaitAll({a, b}));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(a, 0));
 
     TestThread waiter([&] { EXPECT_EQ(WAIT_OBJECT_0, WaitAll({a, b}, LONG_ENOUGH)); });
     SetEvent(b);
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(waiter.Get(), A_WHILE));
+    EXPECT_EQ(TIMED_OUT, WaitForSingleObject(waiter.Get(), A_WHILE));
     SetEvent(a);
     waiter.Join();
-    EXPECT_EQ(WAIT_TIMEOUT, WaitAny({a, b}));
+    EXPECT_EQ(TIMED_OUT, WaitAny({a, b}));
 }
 
 TEST(Events, EveryOneOfManyWaitersGetsItsTurn)
@@ -78,7 +78,7 @@ TEST(Threads, AHandleIsFreeWhenItsThreadHasEnded)
         dwId = GetCurrentThreadId();
         WaitForSingleObject(go, INFINITE);
     });
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(thread.Get(), A_WHILE));
+    EXPECT_EQ(TIMED_OUT, WaitForSingleObject(thread.Get(), A_WHILE));
     SetEvent(go);
     thread.Join();
     EXPECT_EQ(dwId, thread.Id());
@@ -100,9 +100,9 @@ TEST(Mutexes, BelongToTheirThreadAsOftenAsItTookThem)
         });
         return dwResult;
     };
-    EXPECT_EQ(WAIT_TIMEOUT, asSeenByAnother());
+    EXPECT_EQ(TIMED_OUT, asSeenByAnother());
     EXPECT_TRUE(ReleaseMutex(mutex));
-    EXPECT_EQ(WAIT_TIMEOUT, asSeenByAnother());
+    EXPECT_EQ(TIMED_OUT, asSeenByAnother());
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_EQ(WAIT_OBJECT_0, asSeenByAnother());
     EXPECT_FALSE(ReleaseMutex(mutex));
@@ -115,7 +115,8 @@ TEST(Mutexes, OfAnEndedThreadAreAbandonedOnce)
     for (const bool bAll : {false, true}) {
         TestThread([&] { EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0)); });
         const Handle set = ManualEvent(TRUE);
-        EXPECT_EQ(WAIT_ABANDONED_0 + 1, bAll ? WaitAll({set, mutex}) : WaitAny({never, mutex}));
+        EXPECT_EQ(bAll ? WAIT_ABANDONED_0 : WAIT_ABANDONED_0 + 1,
+                  bAll ? WaitAll({set, mutex}) : WaitAny({never, mutex}));
         EXPECT_TRUE(ReleaseMutex(mutex));
         EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, 0));
         EXPECT_TRUE(ReleaseMutex(mutex));
@@ -129,7 +130,7 @@ TEST(Mutexes, WakeAWaiterWhenReleased)
         EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitAny({never, mutex}, LONG_ENOUGH));
         ReleaseMutex(mutex);
     });
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(waiter.Get(), A_WHILE));
+    EXPECT_EQ(TIMED_OUT, WaitForSingleObject(waiter.Get(), A_WHILE));
     ReleaseMutex(mutex);
 }
 
@@ -145,7 +146,7 @@ TEST(Mutexes, OfOneNameAreOneAsLongAsAHandleIsOpen)
         const Handle other(CreateMutexA(nullptr, FALSE, (name + "x").c_str()));
         EXPECT_EQ(DWORD(ERROR_SUCCESS), GetLastError());
         first.Close();
-        TestThread([&] { EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(second, 0)); });
+        TestThread([&] { EXPECT_EQ(TIMED_OUT, WaitForSingleObject(second, 0)); });
         EXPECT_TRUE(ReleaseMutex(second));
         EXPECT_FALSE(ReleaseMutex(second)) << "the second creation took it too";
         second.Close();

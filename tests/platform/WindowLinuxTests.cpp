@@ -323,6 +323,9 @@ TEST_F(WindowsLinux, FaultsOnTheWayAreReported)
         EXPECT_EQ(row.result, Send(hWnd)) << row.call;
         Faults::Clear();
     }
+    EXPECT_EQ(nullptr, CreateWindowExA(0, "orvexplatformtests.none", NAME, 0, 0, 0, 0, 0, nullptr, nullptr,
+                                       nullptr, nullptr));
+    EXPECT_EQ(DWORD(ERROR_CANNOT_FIND_WND_CLASS), GetLastError());
     Faults::Fail("memfd_create", 1, ENOMEM);
     EXPECT_EQ(-ERROR_NOT_ENOUGH_MEMORY, Send(hWnd, LONG_ENOUGH, 100000));
     for (const char* call : {"socket", "bind", "epoll_create1", "epoll_ctl"})
