@@ -108,6 +108,17 @@ TEST(Objects, AValueSetFromAValueIsCopied)
     EXPECT_EQ(IntOf(pTarget.Get()), 1);
 }
 
+TEST(Objects, AContainerSetToANumberReadsAsThatNumber)
+{
+    const Ref<IArguments> p = NewArguments(), pChild = NewArguments();
+    EXPECT_TRUE(Add(p.Get(), OLESTR("child"), Variant::Object(pChild.Get())));
+    EXPECT_TRUE(Set(ArgOf(p.Get(), OLESTR("child")).Get(), Number(5)));
+    EXPECT_EQ(ArrayOf(p.Get(), OLESTR("child")).Get(), nullptr);
+    EXPECT_EQ(Content(p.Get()), "child=22:5;");
+    EXPECT_TRUE(Add(pChild.Get(), OLESTR("x"), Number(1)));  // its entries are there all the same
+    EXPECT_EQ(Content(pChild.Get()), "x=22:1;");
+}
+
 TEST(Objects, AnUnsetValueIsHandedOutAsAnObject)
 {
     const Ref<IArguments> p = NewArguments();
