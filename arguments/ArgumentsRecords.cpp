@@ -10,6 +10,7 @@
 #include "values/Nesting.h"
 #include "values/Serialize.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <utility>
@@ -19,7 +20,8 @@ namespace {
 constexpr unsigned short KEYWORD_MARKER = 0xFFFF;
 constexpr std::size_t FULL_KEY_SIZE = SHRT_MAX;               // the full form reads a key's size as signed
 constexpr std::size_t COMPACT_KEY_SIZE = KEYWORD_MARKER - 1;  // no size may look like the marker
-constexpr int RESERVED_ENTRIES = 64;                          // however many the stream announces
+constexpr int LEAST_ENTRY_BYTES = 6;                          // what an entry takes in the smaller form
+constexpr int NESTED_RESERVE = 64;  // entries: nested counts that are too large must not add up
 
 // The text of a key in the stream, or null when it does not end inside its size.
 const char* KeyInPlace(Serialize& s, int nSize)
@@ -197,9 +199,9 @@ bool Arguments::UnpackCount(Serialize& s, NestingLevel& level, short* pCount, in
     ORVEX_TRACE(m_pLogger, TRACE_STEP, "Arguments(%p)::Unpack, read Number of Arguments %d", this, *pCount);
     if (*pCount > 0) {
         ScopedLock lock(&m_lock);
+        const int most = level.IsOutermost() ? s.BytesRemaining() / LEAST_ENTRY_BYTES : NESTED_RESERVE;
         if (m_entries.Size() == 0)
-            m_entries.Reserve(
-                static_cast<std::size_t>(*pCount < RESERVED_ENTRIES ? *pCount : RESERVED_ENTRIES));
+            m_entries.Reserve(static_cast<std::size_t>(std::min<int>(*pCount, most)));
     }
     return true;
 }

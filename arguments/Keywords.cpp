@@ -48,7 +48,8 @@ constexpr std::uint32_t HashText(const char* p, std::size_t length)
             bytes = bytes << 8 | static_cast<unsigned char>(p[i]);
         hash = Mix(hash, bytes);
     }
-    return static_cast<std::uint32_t>(hash);
+    // The last characters stand in the high bits, and an index is taken from the low ones.
+    return static_cast<std::uint32_t>(hash * 0xC2B2AE3D27D4EB4F >> 32);
 }
 
 constexpr std::size_t Length(const char* p)

@@ -333,7 +333,7 @@ bool StartThread(std::function<void()> body)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (errno != 0)
         return FailWithErrno();
-    pBody.release();
+    static_cast<void>(pBody.release());  // the thread's now
     pthread_detach(thread);
     return true;
 }

@@ -207,7 +207,7 @@ HRESULT VariantCopy(VARIANTARG* pvargDest, VARIANTARG* pvargSrc)
     const HRESULT hr = VariantClear(pvargDest);
     if (FAILED(hr)) {
         VariantClear(&copy);
-        return hr;
+        return hr;  // NOLINT(clang-analyzer-unix.Malloc): cleared
     }
     *pvargDest = copy;
     return S_OK;

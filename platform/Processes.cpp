@@ -208,6 +208,7 @@ int Spawn(const char* applicationName, const char* commandLine, pid_t* pId)
     std::vector<std::string> arguments =
         SplitCommandLine(commandLine != nullptr ? commandLine : applicationName);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& s : arguments)
         argv.push_back(s.data());
     argv.push_back(nullptr);

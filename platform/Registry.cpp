@@ -180,6 +180,7 @@ LONG HandOut(const RegistryValue& value, DWORD* pdwType, BYTE* pData, DWORD* pcb
         return ERROR_SUCCESS;
     if (cbRoom < cbValue)
         return ERROR_MORE_DATA;
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): a text's zero is part of its data
     memcpy(pData, value.sData.data(), cbValue);
     return ERROR_SUCCESS;
 }

@@ -177,11 +177,10 @@ std::string NameOf(const std::string& sFileName)
         return "";
     std::string s;
     for (size_t i = 0; i < sFileName.size(); ++i) {
-        if (sFileName[i] != '%')
-            s += sFileName[i];
-        else if (i + 2 < sFileName.size() && ParseHex(sFileName.c_str() + i + 1, 2, &s))
+        const bool bEscape = sFileName[i] == '%';
+        if (bEscape && i + 2 < sFileName.size() && ParseHex(sFileName.c_str() + i + 1, 2, &s))
             i += 2;
-        else if (i + 1 < sFileName.size())
+        else if (!bEscape || i + 1 < sFileName.size())
             s += sFileName[i];
     }
     return s;

@@ -31,7 +31,7 @@ std::size_t CharacterBytes(const unsigned char* p)
 
 int _stricmp(const char* a, const char* b)
 {
-    while (*a != '\0' && Lower(*a) == Lower(*b)) {
+    while (*a != '\0' && (*a == *b || Lower(*a) == Lower(*b))) {
         ++a;
         ++b;
     }

@@ -104,7 +104,7 @@ std::string FindPath(REFGUID guid, WORD wMajor, WORD wMinor, LCID lcid)
     for (const std::string& sLanguage : Key(sKey).Subkeys())
         languages.push_back(sLanguage);
     for (const std::string& sLanguage : languages) {
-        const std::string sPath = PlatformReadClassesText(sKey + '\\' + sLanguage + '\\' + SYSTEM);
+        std::string sPath = PlatformReadClassesText(sKey + '\\' + sLanguage + '\\' + SYSTEM);
         if (!sPath.empty())
             return sPath;
     }

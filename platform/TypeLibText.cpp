@@ -80,7 +80,7 @@ public:
         const std::size_t iEnd = m_sText.find(')', m_iToken);
         if (iEnd == std::string::npos)
             throw Unreadable();
-        const std::string s = m_sText.substr(m_iToken, iEnd - m_iToken);
+        std::string s = m_sText.substr(m_iToken, iEnd - m_iToken);
         m_i = iEnd;
         Step();
         return s;

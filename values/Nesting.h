@@ -23,6 +23,7 @@ public:
             t_bExceeded = true;
         return t_nLevel > MOST;
     }
+    bool IsOutermost() const { return t_nLevel == 1; }
     static bool WasExceeded() { return t_bExceeded; }
 
 private:
