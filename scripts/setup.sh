@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
     cmake ninja-build g++                  # the build
     libcli11-dev nlohmann-json3-dev        # the tools
-    libgtest-dev libbenchmark-dev          # tests, benchmarks
+    libgtest-dev libbenchmark-dev libspdlog-dev  # tests, benchmarks
     clang libclang-rt-dev                  # fuzz targets
     clang-format clang-tidy                # checks of the sources
     git

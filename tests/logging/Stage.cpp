@@ -193,6 +193,22 @@ unsigned int Stage::WaitForServer(unsigned int nNotThisId, int iMilliseconds) co
     return ServerId();
 }
 
+unsigned int Stage::WaitForLink(unsigned int nNotThisId, int iMilliseconds) const
+{
+    const long long llEnd = MillisecondsNow() + iMilliseconds;
+    const unsigned int nId = WaitForServer(nNotThisId, iMilliseconds);
+    const std::string sStarted = " started, process " + std::to_string(nId);
+    const auto isLinked = [&] {
+        bool bLinked = false;
+        for (const std::string& sRecord : Records())
+            bLinked = sRecord.find(sStarted) == std::string::npos &&
+                      (bLinked || (sRecord.find(" registered") != std::string::npos));
+        return bLinked;
+    };
+    EXPECT_TRUE(Eventually(isLinked, static_cast<int>(llEnd - MillisecondsNow())));
+    return nId;
+}
+
 std::vector<std::string> Stage::Messages() const
 {
     std::vector<std::string> messages = ReadLines(Path("testserver.log"));

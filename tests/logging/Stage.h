@@ -55,6 +55,9 @@ public:
     // Of the server started last, a test server if there were any; 0 while there is none.
     unsigned int ServerId() const;
     unsigned int WaitForServer(unsigned int nNotThisId = 0, int iMilliseconds = 10000) const;
+    // Of orvextraceserver, once a client has registered. One that is ended before is one that never came up,
+    // and the client that launched it gives up, as told.
+    unsigned int WaitForLink(unsigned int nNotThisId = 0, int iMilliseconds = 10000) const;
     // Of orvextestserver: "KIND BYTES TEXT" for each message.
     std::vector<std::string> Messages() const;
 

@@ -83,12 +83,12 @@ TEST(TraceServerLoss, NothingIsLostWhileServersAreKilledThreads)
     std::mt19937 random(20011);
     unsigned int nServer = 0;
     for (int i = 0; i < KILLS; ++i) {
-        nServer = stage.WaitForServer(nServer, 20000);
+        nServer = stage.WaitForLink(nServer, 20000);
         ASSERT_NE(nServer, 0u);
         Eventually([] { return false; }, static_cast<int>(random() % 150));
         ChildProcess::Kill(nServer);
     }
-    stage.WaitForServer(nServer, 20000);
+    stage.WaitForLink(nServer, 20000);
     EXPECT_TRUE(Eventually([&] { return static_cast<long long>(stage.Records().size()) > LINES; }, 60000));
 
     long long allTraced[2] = {};

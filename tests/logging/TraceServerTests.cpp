@@ -49,7 +49,7 @@ TEST(TraceServer, SignalEndsItAndNothingItTookIsLost)
     for (int i = 0; i < 3; ++i) {
         ChildProcess::End(nServer);
         EXPECT_TRUE(ChildProcess::WaitForEnd(nServer, 2000));
-        nServer = stage.WaitForServer(nServer);
+        nServer = stage.WaitForLink(nServer);
     }
     pClient->Ask("enough");
     pClient->Ask("join");
