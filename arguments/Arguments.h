@@ -3,8 +3,8 @@
 //
 // A key is a keyword id or a free string; a string that spells a keyword, in any case, is that keyword. Free
 // strings differ by more than case and end at their first zero byte; the text stays as it was first added.
-// Entries also have a position from 1: keywords by id, then strings in the order of _stricmp. Insertion order
-// is not kept.
+// Entries also have a position from 1: keywords by id, then strings without regard to case, as CompareKeys
+// tells. Insertion order is not kept.
 //
 // Values are shared, not copied: the object given to AddItem or SetValue is the object stored, and the
 // container owns one reference to it. Setting a number or text changes the stored object in place, and all

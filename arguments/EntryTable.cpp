@@ -1,7 +1,5 @@
 #include "arguments/EntryTable.h"
 
-#include "platform/Platform.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -11,7 +9,7 @@ bool Before(const EntryTable::Entry& a, const EntryTable::Entry& b)
 {
     if (a.IsKeyword() || b.IsKeyword())
         return a.IsKeyword() && (!b.IsKeyword() || a.id < b.id);
-    return _stricmp(a.key, b.key) < 0;
+    return CompareKeys(a.key, b.key) < 0;
 }
 
 char* CopyKey(const Key& key)
@@ -37,7 +35,10 @@ void EntryTable::Reserve(std::size_t n)
         Rehash(n);
 }
 
-bool EntryTable::SameText(const char* a, const char* b) { return strcmp(a, b) == 0 || _stricmp(a, b) == 0; }
+bool EntryTable::SameText(const char* a, const char* b)
+{
+    return strcmp(a, b) == 0 || CompareKeys(a, b) == 0;
+}
 
 // Everything that can run out of memory comes first, so that a failure leaves the table as it was.
 void EntryTable::Add(const Key& key, Arg* pArg)

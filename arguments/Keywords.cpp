@@ -90,7 +90,7 @@ constexpr Index KEYWORD_INDEX = BuildIndex();
 
 bool SameText(const char* a, const char* b, std::size_t length)
 {
-    return memcmp(a, b, length) == 0 || _stricmp(a, b) == 0;
+    return memcmp(a, b, length) == 0 || CompareKeys(a, b) == 0;
 }
 
 // The text ends with a zero at its length.
@@ -105,6 +105,17 @@ int FindKeyword(const char* text, std::size_t length, std::uint32_t hash)
 }
 
 }  // namespace
+
+int CompareKeys(const char* a, const char* b)
+{
+    const auto Lower = [](char c) {
+        const int n = static_cast<unsigned char>(c);
+        return n >= 'A' && n <= 'Z' ? n + ('a' - 'A') : n;
+    };
+    for (; *a != '\0' && (*a == *b || Lower(*a) == Lower(*b)); ++a)
+        ++b;
+    return Lower(*a) - Lower(*b);
+}
 
 const char* KeywordName(int id) { return id >= 0 && id < KEYWORD_COUNT ? KEYWORD_NAMES[id] : nullptr; }
 

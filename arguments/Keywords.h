@@ -27,6 +27,10 @@ const char* KeywordName(int id);
 // The id of a name in any case, NO_KEYWORD where it is none. Takes no lock and allocates nothing.
 int KeywordId(const std::string& name);
 
+// The order of keys, and by its zero their sameness: bytes from 0 to 255, the letters A to Z as a to z. It is
+// the same in every locale and on every system, so that the same entries have the same positions everywhere.
+int CompareKeys(const char* a, const char* b);
+
 // A key with all that looking it up needs: the id of the keyword that it spells, and a hash that does not see
 // case. The text ends at its first zero byte and is the caller's.
 struct Key

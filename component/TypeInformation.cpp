@@ -8,6 +8,7 @@ namespace {
 
 constexpr WORD MAJOR_VERSION = 7;
 constexpr WORD MINOR_VERSION = 0;
+constexpr LCID LIBRARY_LANGUAGE = 0x409;
 
 CritSecLock s_lock;  // of all interfaces
 
@@ -48,6 +49,8 @@ HRESULT TypeInformation::Invoke(IDispatch* pObject, DISPID dispIdMember, LCID lc
                                 DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
                                 UINT* puArgErr)
 {
+    if (pDispParams == nullptr)
+        return E_INVALIDARG;
     const HRESULT hr = Obtain(lcid);
     if (FAILED(hr))
         return hr;
@@ -73,6 +76,10 @@ HRESULT TypeInformation::Load(LCID lcid)
 {
     ITypeLib* pTypeLib = nullptr;
     HRESULT hr = LoadRegTypeLib(LIBID_ORVEXARGUMENTSLib, MAJOR_VERSION, MINOR_VERSION, lcid, &pTypeLib);
+    // There is one library, in one language; its names are the same for clients of any.
+    if (FAILED(hr) && lcid != LIBRARY_LANGUAGE)
+        hr = LoadRegTypeLib(LIBID_ORVEXARGUMENTSLib, MAJOR_VERSION, MINOR_VERSION, LIBRARY_LANGUAGE,
+                            &pTypeLib);
     if (FAILED(hr))
         return hr;
     ITypeInfo* pTypeInfo = nullptr;

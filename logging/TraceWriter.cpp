@@ -104,7 +104,8 @@ int LogWrapper::Trace(unsigned int mask, const char* fmt, va_list args)
         char* const pText = szLine + STAMP_BYTES;
         const int n = _vsnprintf(pText, FORMAT_BYTES, fmt, args);
         pText[FORMAT_BYTES - 1] = '\0';
-        const size_t nText = n < 0 ? WithoutHalfCharacter(pText, strlen(pText)) : static_cast<size_t>(n);
+        const bool bCut = n < 0 || static_cast<size_t>(n) >= FORMAT_BYTES;
+        const size_t nText = bCut ? WithoutHalfCharacter(pText, FORMAT_BYTES - 1) : static_cast<size_t>(n);
         pText[nText] = '\0';
         if (nText > LINE_CHARACTERS) {
             const size_t nCharacters = _mbslen(reinterpret_cast<const unsigned char*>(pText));

@@ -18,6 +18,8 @@
 #include <objbase.h>
 #include <oleauto.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <mbctype.h>
 #include <mbstring.h>
 #include <process.h>

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -40,9 +41,19 @@ int _stricmp(const char* a, const char* b)
 
 int _vsnprintf(char* buffer, std::size_t count, const char* format, va_list args)
 {
+    va_list again;
+    va_copy(again, args);
     const int n = vsnprintf(buffer, count, format, args);
-    return n < 0 || static_cast<std::size_t>(n) >= count ? -1 : n;
+    if (n >= 0 && static_cast<std::size_t>(n) >= count) {
+        std::string sAll(static_cast<std::size_t>(n) + 1, '\0');
+        vsnprintf(&sAll[0], sAll.size(), format, again);
+        sAll.copy(buffer, count);
+    }
+    va_end(again);
+    return n < 0 || static_cast<std::size_t>(n) > count ? -1 : n;
 }
+
+int _setmode(int, int) { return _O_BINARY; }
 
 int _ismbcdigit(unsigned int c) { return IsDigit(c); }
 int _ismbcalpha(unsigned int c) { return IsAlpha(c); }

@@ -10,10 +10,14 @@
 
 int _stricmp(const char* a, const char* b);
 
-// -1 when the text was cut. Unlike the real call it ends a cut text with a zero in the last of the count
-// bytes.
+// Writes the terminator only where there is room for it. Text that fills the count bytes gives count, longer
+// text is cut and gives -1.
 int _vsnprintf(char* buffer, std::size_t count, const char* format, va_list args)
     __attribute__((format(printf, 3, 0)));
+
+// Every file is binary: there is nothing to set, and the answer is that it was so.
+#define _O_BINARY 0x8000
+int _setmode(int fd, int mode);
 
 int _ismbcdigit(unsigned int c);
 int _ismbcalpha(unsigned int c);

@@ -124,6 +124,17 @@ HRESULT CheckCount(const TypeLibMethod& rMethod, const DISPPARAMS& params, UINT*
     return S_OK;
 }
 
+// What a result of the type arrives as: integers of the machine's width are told by the width they have.
+VARTYPE ResultType(VARTYPE vt)
+{
+    switch (vt) {
+    case VT_USERDEFINED: return VT_DISPATCH;
+    case VT_INT: return VT_I4;
+    case VT_UINT: return VT_UI4;
+    default: return vt;
+    }
+}
+
 void FillException(HRESULT hr, EXCEPINFO* p)
 {
     if (p == nullptr)
@@ -151,7 +162,7 @@ HRESULT PlatformInvokeMethod(const TypeLibMethod& rMethod, SHORT oVft, void* pvI
         if (rType.vt == VT_VARIANT) {
             arguments.Add(&result);
         } else {
-            result.vt = rType.vt == VT_USERDEFINED ? VARTYPE{VT_DISPATCH} : rType.vt;
+            result.vt = ResultType(rType.vt);
             arguments.Add(&result.byref);
         }
     }

@@ -100,10 +100,7 @@ std::string FindPath(REFGUID guid, WORD wMajor, WORD wMinor, LCID lcid)
     if (sVersion.empty())
         return {};
     const std::string sKey = LibraryKey(guid) + '\\' + sVersion;
-    std::vector<std::string> languages = {Hex(lcid), Hex(lcid & PRIMARY_LANGUAGE), "0"};
-    for (const std::string& sLanguage : Key(sKey).Subkeys())
-        languages.push_back(sLanguage);
-    for (const std::string& sLanguage : languages) {
+    for (const std::string& sLanguage : {Hex(lcid), Hex(lcid & PRIMARY_LANGUAGE), std::string("0")}) {
         std::string sPath = PlatformReadClassesText(sKey + '\\' + sLanguage + '\\' + SYSTEM);
         if (!sPath.empty())
             return sPath;

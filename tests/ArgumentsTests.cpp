@@ -328,6 +328,20 @@ public:
     bool bThrow = true;
 };
 
+// As a trace line shows it.
+std::string Address(const void* p)
+{
+    const auto Format = [](char* sz, const char* fmt, ...) {
+        va_list args;
+        va_start(args, fmt);
+        _vsnprintf(sz, 40, fmt, args);
+        va_end(args);
+    };
+    char sz[40];
+    Format(sz, "%p", p);
+    return sz;
+}
+
 TEST_F(ArgumentsTest, ClearGoesOnPastAValueThatThrows)
 {
     const Holder<Clinging> number(new Clinging), text(new Clinging);
@@ -336,7 +350,6 @@ TEST_F(ArgumentsTest, ClearGoesOnPastAValueThatThrows)
     m_args->AddItem("MessageID", number.get());
     m_args->AddItem("text", text.get());
     m_args->AddItem("zeta", behind.get());
-    const auto Address = [](const void* p) { return testing::PrintToString(p); };
     const std::string opening =
         "TIME  Arguments(" + Address(m_args.get()) + ")::Clear(). Encountered exception releasing Arg 0x";
     std::string lines = Traced([&] { m_args->Clear(); });

@@ -6,12 +6,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
 #include <sstream>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -49,10 +45,12 @@ protected:
 
 TEST_F(LogWrapperTest, TextIsWrappedAboveEightyCharacters)
 {
+    // The encoding of the system tells how many characters 160 bytes are.
+    const bool bUtf8 = _mbslen(reinterpret_cast<const unsigned char*>("\xC3\xA9")) == 1;
     const std::pair<const char*, const char*> rows[] = {
         {"", ""},
         {"b80", "b80"},
-        {"e80", "e80"},
+        {"e80", bUtf8 ? "e80" : "e39 | e39 | e2"},
         {"b81", "b78 | b3"},
         {"b79 _1 c1", "b78 | b1 _1 c1"},
         {"b200", "b78 | b78 | b44"},
@@ -135,7 +133,9 @@ TEST_F(LogWrapperTest, LinePassesWhenAllBitsOfItsMaskAreHeld)
         char text[] = "x";
         EXPECT_EQ(m_pLog->IsTraceEnabled(mask), bTraced) << mask;
         EXPECT_EQ(m_pLog->IsConsoleTraceEnabled(mask), bScreen) << mask;
-        EXPECT_EQ(Traced([&] { m_pLog->Trace(mask, "%s", "x"); }), bScreen ? "TIME  x\n" : "") << mask;
+        EXPECT_EQ(Traced([&] { m_pLog->Trace(mask, "%s", static_cast<const char*>(text)); }),
+                  bScreen ? "TIME  x\n" : "")
+            << mask;
         EXPECT_EQ(Traced([&] { m_pLog->Trace(mask, text); }), bScreen ? "TIME  x\n" : "") << mask;
     };
     EXPECT_EQ(m_pLog->GetTraceMask(), 7u);
@@ -221,32 +221,6 @@ TEST_F(LogWrapperDeathTest, ValueKeepsALoggerMadeWithAPath)
         LogWrapper* const p = LogWrapper::Instance(m_sPath);
         Exit({Arg::Create()->Release() == 0, CountOf(*p) == 2, p->Release() == 1,
               LogWrapper::Instance() == p});
-    };
-    EXPECT_EXIT(work(), testing::ExitedWithCode(0), "");
-}
-
-// Whoever listens to the debug output gets every line that passes either mask, as the screen would show it.
-TEST_F(LogWrapperDeathTest, DebugOutputHasNoMaskOfItsOwn)
-{
-    const auto work = [] {
-        std::string folder = testing::TempDir() + "debug-output-XXXXXX";
-        setenv("XDG_RUNTIME_DIR", mkdtemp(&folder[0]), 1);
-        mkdir((folder + "/orvex").c_str(), 0700);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        (folder + "/orvex/debug").copy(address.sun_path, sizeof address.sun_path - 1);
-        const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0);
-        const bool bBound = bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-        Traced([] {
-            for (unsigned int mask : {0u, 3u, 7u, 8u, TRACE_STEP})
-                LogWrapper::Instance()->Trace(mask, "mask %u", mask);
-        });
-        std::string lines;
-        char line[200];
-        for (ssize_t n; (n = recv(fd, line, sizeof line, 0)) > 0;)
-            lines += std::string(line, static_cast<std::size_t>(n)).substr(12);
-        std::filesystem::remove_all(folder);
-        Exit({bBound, lines == "  mask 0\n  mask 3\n  mask 7\n"});
     };
     EXPECT_EXIT(work(), testing::ExitedWithCode(0), "");
 }

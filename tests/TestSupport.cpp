@@ -132,12 +132,12 @@ void ExpectReads(const std::vector<ReadRow>& rows, const std::function<Arg*()>& 
 std::string Traced(const std::function<void()>& work)
 {
     std::FILE* pFile = std::tmpfile();
-    const int fdStdout = dup(STDOUT_FILENO);
+    const int fdStdout = dup(fileno(stdout));
     std::fflush(stdout);
-    dup2(fileno(pFile), STDOUT_FILENO);
+    dup2(fileno(pFile), fileno(stdout));
     work();
     std::fflush(stdout);
-    dup2(fdStdout, STDOUT_FILENO);
+    dup2(fdStdout, fileno(stdout));
     close(fdStdout);
     std::string text;
     std::rewind(pFile);

@@ -91,42 +91,42 @@ TEST(Invoke, EveryMethodReachesItsOwn)
     EXPECT_EQ(late.Call(OLESTR("AddItem"), {Text(OLESTR("InvokeID")), Number(5)}), "11:-1");
     EXPECT_EQ(late.Call(OLESTR("SetValue"), {Text(OLESTR("words")), Text(OLESTR("abc"))}), "11:-1");
     EXPECT_EQ(late.Call(OLESTR("AddItem"), {Text(OLESTR("child")), Variant::Object(pChild.Get())}), "11:-1");
-    EXPECT_EQ(late.Call(OLESTR("NumElements")), "22:3");
+    EXPECT_EQ(late.Call(OLESTR("NumElements")), "3:3");
     EXPECT_EQ(late.Call(OLESTR("IsValid"), {Number(0)}), "11:-1");
     EXPECT_EQ(late.Call(OLESTR("IsValid"), {Number(1)}), "11:0");
     EXPECT_EQ(late.Call(OLESTR("SetElement"), {Number(1), Short(6)}), "11:-1");
     EXPECT_EQ(late.Call(OLESTR("GetElement"), {Number(1)}), "2:6");
     EXPECT_EQ(late.Call(OLESTR("GetElementKey"), {Number(1)}), "8:InvokeID");
-    EXPECT_EQ(late.Call(OLESTR("GetValueInt"), {Number(0)}), "22:6");
+    EXPECT_EQ(late.Call(OLESTR("GetValueInt"), {Number(0)}), "3:6");
     EXPECT_EQ(late.Call(OLESTR("GetValueString"), {Text(OLESTR("words"))}), "8:abc");
     EXPECT_EQ(late.Call(OLESTR("GetValueBool"), {Number(0)}), "11:-1");
-    EXPECT_EQ(late.Call(OLESTR("GetClassID")), "22:6");
+    EXPECT_EQ(late.Call(OLESTR("GetClassID")), "3:6");
     EXPECT_EQ(late.Call(OLESTR("DumpArgs")),
               "8:Arguments contains 3 Args \r\n\tInvokeID:6\r\n\tchild:()\r\n\twords:abc\r\n");
     EXPECT_EQ(late.Call(OLESTR("GetValueArray"), {Text(OLESTR("child"))}), "9:");
     EXPECT_EQ(Late(late.m_result->pdispVal).Call(OLESTR("AddItem"), {Text(OLESTR("x")), Number(1)}), "11:-1");
     EXPECT_EQ(Content(pChild.Get()), "x=22:1;");
     EXPECT_EQ(late.Call(OLESTR("Clone")), "9:");
-    EXPECT_EQ(Late(late.m_result->pdispVal).Call(OLESTR("NumElements")), "22:3");
+    EXPECT_EQ(Late(late.m_result->pdispVal).Call(OLESTR("NumElements")), "3:3");
 
     EXPECT_EQ(late.Call(OLESTR("GetValue"), {Number(0)}), "9:");
     const std::unique_ptr<Variant> held = std::move(late.m_result);
     Late arg(held->pdispVal);
     EXPECT_EQ(arg.Call(OLESTR("SetValue"), {Text(OLESTR("12"))}), "11:-1");
-    EXPECT_EQ(arg.Call(OLESTR("GetClassID")), "22:1");
+    EXPECT_EQ(arg.Call(OLESTR("GetClassID")), "3:1");
     EXPECT_EQ(arg.Call(OLESTR("GetValue")), "8:12");
-    EXPECT_EQ(arg.Call(OLESTR("GetValueInt")), "22:12");
+    EXPECT_EQ(arg.Call(OLESTR("GetValueInt")), "3:12");
     EXPECT_EQ(arg.Call(OLESTR("GetValueString")), "8:12");
-    EXPECT_EQ(arg.Call(OLESTR("GetType")), "22:6");
+    EXPECT_EQ(arg.Call(OLESTR("GetType")), "3:6");
     EXPECT_EQ(arg.Call(OLESTR("DumpArg")), "8:12");
     EXPECT_EQ(arg.Call(OLESTR("GetValueArray")), "exception 80004005");
     EXPECT_EQ(arg.Call(OLESTR("GetValueBool")), "exception 80004005");
     EXPECT_EQ(arg.Call(OLESTR("Clone")), "9:");
-    EXPECT_EQ(Late(arg.m_result->pdispVal).Call(OLESTR("GetValueInt")), "22:12");
+    EXPECT_EQ(Late(arg.m_result->pdispVal).Call(OLESTR("GetValueInt")), "3:12");
 
     EXPECT_EQ(late.Call(OLESTR("RemoveItem"), {Text(OLESTR("words"))}), "11:-1");
     EXPECT_EQ(late.Call(OLESTR("Clear")), "0:");
-    EXPECT_EQ(late.Call(OLESTR("NumElements")), "22:0");
+    EXPECT_EQ(late.Call(OLESTR("NumElements")), "3:0");
     EXPECT_EQ(late.Call(OLESTR("Initialize")), "0:");
 }
 
@@ -162,30 +162,41 @@ TEST(Invoke, WrongCallsGiveTheirCode)
         std::vector<Variant> args;
         WORD wFlags;
         HRESULT hr;
-        UINT uArgErr;
     } const rows[] = {
-        {"unknown number", 99, {}, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND, 77},
-        {"number 0", 0, {}, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND, 77},
-        {"property of a method's number", 17, {}, DISPATCH_PROPERTYPUT, DISP_E_MEMBERNOTFOUND, 77},
-        {"too few", 1, {Number(1)}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT, 77},
-        {"none", 1, {}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT, 77},
-        {"too many", 2, {Number(1), Number(2)}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT, 77},
-        {"too many for none", 17, {Number(1)}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT, 77},
-        {"text for a position", 6, {Text(OLESTR("first"))}, DISPATCH_METHOD, DISP_E_TYPEMISMATCH, 0},
-        {"text for a position of two",
-         4,
-         {Text(OLESTR("first")), Number(2)},
-         DISPATCH_METHOD,
-         DISP_E_TYPEMISMATCH,
-         1},
-        {"too large a position", 6, {Variant::Real(1e12)}, DISPATCH_METHOD, DISP_E_OVERFLOW, 0},
+        {"unknown number", 99, {}, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND},
+        {"number 0", 0, {}, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND},
+        {"property of a method's number", 17, {}, DISPATCH_PROPERTYPUT, DISP_E_MEMBERNOTFOUND},
+        {"too few", 1, {Number(1)}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT},
+        {"none", 1, {}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT},
+        {"too many", 2, {Number(1), Number(2)}, DISPATCH_METHOD, DISP_E_BADPARAMCOUNT},
+        {"text for a position", 6, {Text(OLESTR("first"))}, DISPATCH_METHOD, DISP_E_TYPEMISMATCH},
+        {"too large a position", 6, {Variant::Real(1e12)}, DISPATCH_METHOD, DISP_E_OVERFLOW},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(late.Call(row.id, row.args, row.wFlags), Late::Code(row.hr)) << row.name;
-        EXPECT_EQ(late.m_uArgErr, row.uArgErr) << row.name;
         EXPECT_EQ(Content(p.Get()), "k=22:1;") << row.name;
     }
-    EXPECT_NE(p->Invoke(17, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(p->Invoke(17, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr), E_INVALIDARG);
+    EXPECT_EQ(Content(p.Get()), "k=22:1;");
+}
+
+// As the vendor's manual has it; not every system that runs Windows programs keeps to these.
+TEST(InvokeManual, WrongCallsGiveTheirCodeAndTheArgument)
+{
+    const Ref<IArguments> p = NewArguments();
+    EXPECT_TRUE(Add(p.Get(), OLESTR("k"), Number(1)));
+    Late late(p.Get());
+    EXPECT_EQ(late.Call(17, {Number(1)}), Late::Code(DISP_E_BADPARAMCOUNT));
+    EXPECT_EQ(late.m_uArgErr, 77u) << "as it was";
+    EXPECT_EQ(late.Call(6, {Text(OLESTR("first"))}), Late::Code(DISP_E_TYPEMISMATCH));
+    EXPECT_EQ(late.m_uArgErr, 0u);
+    EXPECT_EQ(late.Call(4, {Text(OLESTR("first")), Number(2)}), Late::Code(DISP_E_TYPEMISMATCH));
+    EXPECT_EQ(late.m_uArgErr, 1u);
+    Variant args[] = {Number(8), Text(OLESTR("named"))};
+    DISPID bad[] = {7, 0};
+    DISPPARAMS params{args, bad, 2, 2};
+    EXPECT_EQ(p->Invoke(1, IID_NULL, 0, DISPATCH_METHOD, &params, nullptr, nullptr, nullptr),
+              DISP_E_PARAMNOTFOUND);
     EXPECT_EQ(Content(p.Get()), "k=22:1;");
 }
 
@@ -207,10 +218,6 @@ TEST(Invoke, NamedArguments)
     LPOLESTR wrongNames[] = {method, wrong};
     EXPECT_EQ(p->GetIDsOfNames(IID_NULL, wrongNames, 2, 0, ids), DISP_E_UNKNOWNNAME);
     EXPECT_EQ(ids[1], DISPID_UNKNOWN);
-    DISPID bad[] = {7, 0};
-    params.rgdispidNamedArgs = bad;
-    EXPECT_EQ(p->Invoke(1, IID_NULL, 0, DISPATCH_METHOD, &params, &result, nullptr, nullptr),
-              DISP_E_PARAMNOTFOUND);
     EXPECT_EQ(Content(p.Get()), "named=22:8;");
 }
 

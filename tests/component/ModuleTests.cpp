@@ -3,6 +3,8 @@
 #include "component/Registrar.h"
 #include "tests/component/Doubles.h"
 
+#include <cstring>
+
 namespace {
 
 std::string GuidText(REFGUID guid)

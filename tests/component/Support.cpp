@@ -1,6 +1,7 @@
 #include "tests/component/Support.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 namespace {
@@ -92,14 +93,10 @@ void SetLogging(const char* name, DWORD dw) { SetLogging(name, REG_DWORD, &dw, s
 int RunWithModule(int argc, char** argv, void (*prepare)())
 {
     testing::InitGoogleTest(&argc, argv);
-    std::string sFolder = (std::filesystem::temp_directory_path() / "orvex-component-XXXXXX").string();
-    if (mkdtemp(sFolder.data()) == nullptr)
-        std::abort();
-    setenv("ORVEX_REGISTRY", sFolder.c_str(), 1);
+    TestModule& m = Module();
+    m.sRegistry = TakeRegistry();
     prepare();
 
-    TestModule& m = Module();
-    m.sRegistry = sFolder;
     m.sPath = ORVEX_TEST_MODULE;
     const HMODULE hModule = LoadLibraryA(m.sPath.c_str());
     if (hModule == nullptr)
@@ -112,7 +109,8 @@ int RunWithModule(int argc, char** argv, void (*prepare)())
     testing::AddGlobalTestEnvironment(new Session);
     testing::UnitTest::GetInstance()->listeners().Append(new NothingLeft);
     const int iResult = RUN_ALL_TESTS();
-    std::filesystem::remove_all(sFolder);
+    if (!m.sRegistry.empty())
+        std::filesystem::remove_all(m.sRegistry);
     return iResult;
 }
 

@@ -50,7 +50,7 @@ struct TestModule
     HRESULT(STDAPICALLTYPE* RegisterServer)() = nullptr;
     HRESULT(STDAPICALLTYPE* UnregisterServer)() = nullptr;
     std::string sPath;
-    std::string sRegistry;  // the folder of the registry
+    std::string sRegistry;  // its folder, where it is the tests' own
 };
 TestModule& Module();
 
@@ -60,6 +60,9 @@ void SetLogging(const char* name, DWORD dw);
 
 // Runs the tests with the module registered. Whatever the main program of tests returns.
 int RunWithModule(int argc, char** argv, void (*prepare)());
+
+// Makes a registry of the tests' own, where a registry is a folder. Result: the folder, else nothing.
+std::string TakeRegistry();
 
 // What is allocated in its scope is meant to stay.
 class LeakAllowed

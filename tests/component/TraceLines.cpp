@@ -5,7 +5,11 @@
 #include "tests/component/Doubles.h"
 
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <regex>
 #include <unistd.h>
 
 namespace {
@@ -19,16 +23,17 @@ public:
     Screen()
     {
         std::fflush(stdout);
-        m_pFile = std::tmpfile();
-        m_iSaved = dup(1);
-        dup2(fileno(m_pFile), 1);
+        m_iSaved = dup(fileno(stdout));
+        std::FILE* const pFile = std::fopen(m_sFile.c_str(), "wb");
+        dup2(fileno(pFile), fileno(stdout));
+        std::fclose(pFile);
     }
     ~Screen()
     {
         std::fflush(stdout);
-        dup2(m_iSaved, 1);
+        dup2(m_iSaved, fileno(stdout));
         close(m_iSaved);
-        std::fclose(m_pFile);
+        std::remove(m_sFile.c_str());
     }
 
     // Lines since the last call, without their times and with %p for every address; wrapped ones put
@@ -37,8 +42,12 @@ public:
     {
         std::vector<std::string> lines;
         char buffer[4096];
-        for (ssize_t n; (n = pread(fileno(m_pFile), buffer, sizeof buffer, m_offset)) > 0; m_offset += n)
-            m_sText.append(buffer, static_cast<std::size_t>(n));
+        std::ifstream file(m_sFile, std::ios::binary);
+        file.seekg(m_offset);
+        while (file.read(buffer, sizeof buffer).gcount() > 0) {
+            m_sText.append(buffer, static_cast<std::size_t>(file.gcount()));
+            m_offset += file.gcount();
+        }
         for (std::size_t iEnd; (iEnd = LineEnd()) != std::string::npos; m_sText.erase(0, iEnd + 1))
             lines.push_back(Plain(m_sText.substr(0, iEnd)));
         return lines;
@@ -58,14 +67,15 @@ private:
         for (std::size_t i; (i = s.find("\n\t")) != std::string::npos;)
             s.erase(i, 2);
         s.erase(0, std::min<std::size_t>(s.size(), std::strlen("12:34:56.789  ")));
-        for (std::size_t i = 0; (i = s.find("0x", i)) != std::string::npos; i += 2)
-            s.replace(i, s.find_first_not_of("0123456789abcdef", i + 2) - i, "%p");
+        static const std::regex address("0x[0-9a-f]+|(0x)?\\b[0-9A-F]{8,16}\\b");
+        s = std::regex_replace(s, address, "%p");
         return s;
     }
 
-    std::FILE* m_pFile;
+    const std::string m_sFile =
+        (std::filesystem::temp_directory_path() / ("orvexlines" + std::to_string(_getpid()))).string();
     int m_iSaved;
-    off_t m_offset = 0;
+    std::streamoff m_offset = 0;
     std::string m_sText;
 };
 

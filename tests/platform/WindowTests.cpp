@@ -35,7 +35,7 @@ LRESULT OnCopyData(HWND hWnd, const COPYDATASTRUCT& data)
     const string s(static_cast<const char*>(data.lpData), data.cbData);
     switch (data.dwData) {
     case CHECK: return s == Pattern(s.size()) ? static_cast<LRESULT>(s.size()) : 0;
-    case ECHO: return std::stoll(s);
+    case ECHO: return static_cast<LRESULT>(std::stoll(s));
     case HANG: return Door::Pass(DOOR) ? 3 : 0;
     case DESTROY: DestroyWindow(hWnd); return 4;
     case EXIT:

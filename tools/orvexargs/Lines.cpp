@@ -1,5 +1,7 @@
 #include "tools/orvexargs/Lines.h"
 
+#include "platform/Platform.h"
+
 #include <algorithm>
 #include <exception>
 #include <fstream>
@@ -9,6 +11,7 @@
 namespace {
 
 constexpr size_t BUFFER_BYTES = 1 << 18;
+constexpr int STANDARD_INPUT = 0;
 constexpr int STANDARD_OUTPUT = 1;
 constexpr int STANDARD_ERROR = 2;
 
@@ -55,8 +58,10 @@ Results::Results() : m_pFile(nullptr), m_bFailed(false)
 {
     fflush(stdout);
     const int fd = dup(STANDARD_OUTPUT);
-    if (fd >= 0)
+    if (fd >= 0) {
+        _setmode(fd, _O_BINARY);
         m_pFile = fdopen(fd, "wb");
+    }
     if (m_pFile != nullptr)
         setvbuf(m_pFile, nullptr, _IOFBF, BUFFER_BYTES);
     dup2(STANDARD_ERROR, STANDARD_OUTPUT);
@@ -86,6 +91,7 @@ ExitStatus Results::Close()
 ExitStatus ForEachLine(const std::vector<std::string>& files, Results& rResults, const LineWork& work)
 {
     std::ios::sync_with_stdio(false);
+    _setmode(STANDARD_INPUT, _O_BINARY);
     ExitStatus status = STATUS_GOOD;
     for (const std::string& sName : files.empty() ? std::vector<std::string>{"-"} : files) {
         if (sName == "-") {
