@@ -8,6 +8,8 @@ packages=(
     libgtest-dev libbenchmark-dev libspdlog-dev  # tests, benchmarks
     clang libclang-rt-dev                  # fuzz targets
     clang-format clang-tidy                # checks of the sources
+    g++-mingw-w64-x86-64 g++-mingw-w64-i686 mingw-w64-tools libwine-dev faketime  # the Windows programs
+    googletest wine64 icoutils             # and their tests
     git
 )
 

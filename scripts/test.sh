@@ -99,6 +99,20 @@ check_messages() {
     echo "SUMMARY: $(wc -l <build/messages.json) messages"
 }
 
+build_windows() {
+    build windows-x64
+    build windows-x86
+    tests/windows/module_test.sh x86_64-w64-mingw32 build/windows-x64
+    tests/windows/module_test.sh i686-w64-mingw32 build/windows-x86
+}
+
+# Built in another folder, the module is the same to the byte.
+check_reproducible() {
+    cmake --preset windows-x64 -B build/windows-again
+    cmake --build build/windows-again --target OrVexComArguments
+    cmp build/windows-x64/OrVexComArguments.dll build/windows-again/OrVexComArguments.dll
+}
+
 scripts/setup.sh
 step formatting "Formatting of all sources" check_formatting
 step asan "All tests under the address and undefined-behaviour sanitizers" test_asan
@@ -110,5 +124,10 @@ step release "Release build" build release
 step messages "Sample messages through both forms and back" check_messages
 step example "Example program" build/release/fill_and_pack
 step component "Registration, example client and unregistration" tests/component/com_client_test.sh build/release
+step windows-build "Windows programs for 64 and 32 bit, and what their module exports, imports and carries" build_windows
+step windows-again "The Windows module built again, to the same bytes" check_reproducible
+step windows-tests "All unit tests as Windows programs, under Wine" tests/windows/unit_tests.sh build/windows-x64
+step windows-component "Registration and script clients on Windows" tests/windows/component_test.sh build/windows-x64
+step windows-bytes "orvexargs on Windows and on Linux" tests/windows/same_bytes_test.sh build/windows-x64 build/release
 step demo "Demonstration" scripts/demo.sh
 echo "All passed in $SECONDS s"

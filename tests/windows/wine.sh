@@ -1,0 +1,16 @@
+# To be sourced in the root of the sources: Wine for 64-bit Windows programs, with a prefix of its own under the build
+# folder. Nothing is shown on a screen, and a program that crashes ends without a debugger. The server ends with the script.
+
+export WINEPREFIX=${WINEPREFIX:-$PWD/build/wine} WINEDEBUG=-all WINEARCH=win64 WINEDLLOVERRIDES='winedbg.exe=d'
+trap 'timeout 20 /usr/lib/wine/wineserver64 -k 2>/dev/null || true' EXIT
+
+# No run takes longer than it should: one that hangs is ended and fails.
+wine() { timeout "${WINE_SECONDS:-120}" /usr/lib/wine/wine64 "$@"; }
+
+if [ ! -f "$WINEPREFIX/ready" ]; then
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    DISPLAY='' wine wineboot --init >/dev/null 2>&1
+    wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null
+    touch "$WINEPREFIX/ready"
+fi
