@@ -530,10 +530,11 @@ LogWrapper::SendResult LogWrapper::Send(HWND hWnd, UINT nMessage, WPARAM wParam,
     if (SendMessageTimeoutA(hWnd, nMessage, wParam, lParam, SMTO_NORMAL, dwTimeout, pdwAnswer) != 0)
         return SendResult::Answered;
     const DWORD dwError = GetLastError();
-    if (dwError == ERROR_ACCESS_DENIED)
-        return SendResult::NoRights;
+    // First, since a window that goes while it has the message may count as one that may not be sent to.
     if (!IsWindow(hWnd))
         return SendResult::WindowGone;
+    if (dwError == ERROR_ACCESS_DENIED)
+        return SendResult::NoRights;
     // A system that tells no error means the time.
     return dwError == ERROR_TIMEOUT || dwError == ERROR_SUCCESS ? SendResult::TimedOut : SendResult::Refused;
 }

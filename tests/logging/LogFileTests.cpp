@@ -61,15 +61,25 @@ TEST(LogFile, RecordThatAKilledServerTore)
     }
 }
 
-TEST(LogFile, MovedAwayUnderIt)
+// Here a folder in the place of the file that cannot be moved.
+TEST(LogFile, OlderFileThatCannotBeMovedStopsTheCutting)
 {
     const TestFolder folder;
-    LogFile file(folder.Path(), "n", {1000, 2});
-    ASSERT_TRUE(file.Write("one\n"));
-    fs::rename(file.Path(), folder.Path() + "/moved");
-    file.Check();
-    ASSERT_TRUE(file.Write("two\n"));
-    EXPECT_EQ(Content(file.Path()), "two|");
+    const fs::path path = folder.Path();
+    LogFile file(path, "n", {5, 4});
+    for (const char* const record : {"1111\n", "2222\n"})
+        ASSERT_TRUE(file.Write(record));
+    fs::create_directories(path / "n.2.log/in the way");
+    fs::create_directories(path / "n.3.log/in the way");
+    for (const char* const record : {"3333\n", "4444\n"})
+        ASSERT_TRUE(file.Write(record));
+    EXPECT_EQ(Content(path / "n.log"), "2222|3333|4444|");
+    EXPECT_EQ(Content(path / "n.1.log"), "1111|") << "and nothing is lost";
+    fs::remove_all(path / "n.2.log");
+    ASSERT_TRUE(file.Write("5555\n"));
+    EXPECT_EQ(Content(path / "n.log"), "5555|");
+    EXPECT_EQ(Content(path / "n.1.log"), "2222|3333|4444|");
+    EXPECT_EQ(Content(path / "n.2.log"), "1111|");
 }
 
 TEST(LogFile, FolderThatCannotBe)

@@ -74,7 +74,8 @@ void LogFile::Close()
     m_pFile = nullptr;
 }
 
-// A file that cannot be moved goes on growing: better one too big than lines that are not written.
+// One that somebody holds open may not be moved, and none is moved onto it: then the file goes on growing
+// until it can be.
 void LogFile::Rotate()
 {
     Close();
@@ -84,15 +85,16 @@ void LogFile::Rotate()
         fs::remove(m_path, error);
         return;
     }
-    fs::remove(Numbered(nOlder), error);
-    for (unsigned int n = nOlder; n > 1; --n)
+    unsigned int nFree = 1;
+    while (nFree < nOlder && fs::exists(Numbered(nFree), error))
+        ++nFree;
+    for (unsigned int n = nFree; n > 0 && !error; --n)
         fs::rename(Numbered(n - 1), Numbered(n), error);
-    fs::rename(m_path, Numbered(1), error);
 }
 
 fs::path LogFile::Numbered(unsigned int n) const
 {
-    return m_folder / (m_sStem + '.' + std::to_string(n) + ".log");
+    return n == 0 ? m_path : m_folder / (m_sStem + '.' + std::to_string(n) + ".log");
 }
 
 void LogFile::CutTornRecord()

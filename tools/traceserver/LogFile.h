@@ -37,7 +37,7 @@ private:
     void Close();
     void Rotate();
     void CutTornRecord();
-    std::filesystem::path Numbered(unsigned int n) const;
+    std::filesystem::path Numbered(unsigned int n) const;  // 0: the file that is written
 
     std::filesystem::path m_path;
     std::filesystem::path m_folder;

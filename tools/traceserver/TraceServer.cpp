@@ -180,6 +180,10 @@ LRESULT TraceServer::WindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM 
         return s_pServer->Take(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
     if (nMessage == WM_NULL && lParam == SERVER_QUESTION)
         return s_pServer->Answer(static_cast<DWORD>(wParam));
+    if (nMessage == WM_CLOSE) {
+        SetEvent(s_pServer->m_hEndEvent);  // the window goes last
+        return 0;
+    }
     if (nMessage == WM_TIMER)
         s_pServer->LookAfterClients();
     return DefWindowProcA(hWnd, nMessage, wParam, lParam);
