@@ -113,6 +113,17 @@ check_reproducible() {
     cmp build/windows-x64/OrVexComArguments.dll build/windows-again/OrVexComArguments.dll
 }
 
+# The platform's own against the real calls.
+test_windows() {
+    tests/windows/unit_tests.sh build/windows-x64 orvextests orvexplatformtests orvexoleautotests orvexcomponenttests \
+        orvexcomponentlinetests
+}
+
+test_windows_logging() {
+    WINE_SECONDS=900 tests/windows/unit_tests.sh build/windows-x64 orvexloggingtests
+    tests/windows/as_typed_test.sh build/windows-x64
+}
+
 scripts/setup.sh
 step formatting "Formatting of all sources" check_formatting
 step asan "All tests under the address and undefined-behaviour sanitizers" test_asan
@@ -126,7 +137,8 @@ step example "Example program" build/release/fill_and_pack
 step component "Registration, example client and unregistration" tests/component/com_client_test.sh build/release
 step windows-build "Windows programs for 64 and 32 bit, and what their module exports, imports and carries" build_windows
 step windows-again "The Windows module built again, to the same bytes" check_reproducible
-step windows-tests "All unit tests as Windows programs, under Wine" tests/windows/unit_tests.sh build/windows-x64
+step windows-tests "All unit tests as Windows programs, under Wine" test_windows
+step windows-logging "Logger and trace server on Windows, killed and stuck as on Linux" test_windows_logging
 step windows-component "Registration and script clients on Windows" tests/windows/component_test.sh build/windows-x64
 step windows-bytes "orvexargs on Windows and on Linux" tests/windows/same_bytes_test.sh build/windows-x64 build/release
 step demo "Demonstration" scripts/demo.sh

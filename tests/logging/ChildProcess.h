@@ -2,10 +2,11 @@
 // its standard input and answers on its standard error; what it writes to standard output goes to a file.
 //
 // Everything that a test does with the system's own means, such as stopping a process in its tracks, is in
-// here.
+// here; it is done in the source of the system's name.
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -34,22 +35,25 @@ public:
 
     unsigned int Id() const { return m_nId; }
     void Kill() { Kill(m_nId); }
-    // The exit status; 128 + n after signal n. -1 when it still runs when the time is up.
+    // The exit status; 137 of one that was killed. -1 when it still runs when the time is up.
     int Wait(int iMilliseconds = 30000);
 
     static void Kill(unsigned int nId);
-    static void End(unsigned int nId);  // asks it to
+    static void End(unsigned int nId);  // asks it to, as the system's users do
     static void Freeze(unsigned int nId);
     static void Thaw(unsigned int nId);
     static bool Runs(unsigned int nId);
     static bool WaitForEnd(unsigned int nId, int iMilliseconds);
 
 private:
+    struct System;  // what the system holds of it
+
+    bool Write(const std::string& sBytes);
+    // Waits for bytes and takes them. False: there are none in time, or the process has ended.
+    bool Read(std::string* psBytes, int iMilliseconds);
+
+    std::unique_ptr<System> m_pSystem;
     unsigned int m_nId = 0;
-    int m_iStatus = -1;  // as of waitpid; -1 while it runs
-    bool m_bEnded = false;
-    int m_fdIn = -1;
-    int m_fdAnswers = -1;
     std::string m_sHeard;
 };
 
@@ -65,6 +69,18 @@ public:
 
 private:
     std::string m_sPath;
+};
+
+// The registry below Software, of the machine and of the user, of this process and those that are started
+// with these variables. It begins empty, and leaves nothing behind.
+class TestRegistry
+{
+public:
+    explicit TestRegistry(const std::string& sFolder);  // to use if it needs one
+    ~TestRegistry();
+    TestRegistry(const TestRegistry&) = delete;
+    TestRegistry& operator=(const TestRegistry&) = delete;
+    static ChildProcess::Environment Variables(const std::string& sFolder);
 };
 
 std::string UserName();

@@ -1,34 +1,35 @@
 #include "tests/logging/ChildProcess.h"
 
-#include <gtest/gtest.h>
+#include "tests/logging/Stage.h"
 
-#include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <poll.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr unsigned int NOBODY = 65534;
 
-int MillisecondsUntil(Clock::time_point end)
-{
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-    return left > 0 ? static_cast<int>(left) : 0;
-}
-
 }  // namespace
+
+struct ChildProcess::System
+{
+    ~System()
+    {
+        close(fdIn);
+        close(fdAnswers);
+    }
+    int fdIn;
+    int fdAnswers;
+    int iStatus = -1;  // as of waitpid
+    bool bEnded = false;
+};
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const Environment& environment,
                            const std::string& sOutputFile, Rights rights)
@@ -70,73 +71,48 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const Enviro
     close(aAnswers[1]);
     close(fdOut);
     m_nId = static_cast<unsigned int>(pid);
-    m_fdIn = aIn[1];
-    m_fdAnswers = aAnswers[0];
+    m_pSystem.reset(new System{aIn[1], aAnswers[0]});
 }
 
 ChildProcess::~ChildProcess()
 {
-    if (!m_bEnded) {
+    if (!m_pSystem->bEnded) {
         Kill();
         Wait();
     }
-    close(m_fdIn);
-    close(m_fdAnswers);
 }
 
-void ChildProcess::Say(const std::string& sLine)
+bool ChildProcess::Write(const std::string& sBytes)
 {
-    const std::string s = sLine + '\n';
-    for (size_t done = 0; done < s.size();) {
-        const ssize_t n = write(m_fdIn, s.data() + done, s.size() - done);
-        if (n <= 0) {
-            ADD_FAILURE() << "process " << m_nId << " hears no more: " << sLine.substr(0, 80);
-            return;
-        }
+    for (size_t done = 0; done < sBytes.size();) {
+        const ssize_t n = write(m_pSystem->fdIn, sBytes.data() + done, sBytes.size() - done);
+        if (n <= 0)
+            return false;
         done += static_cast<size_t>(n);
     }
+    return true;
 }
 
-std::string ChildProcess::Hear(int iMilliseconds)
+bool ChildProcess::Read(std::string* psBytes, int iMilliseconds)
 {
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(iMilliseconds);
-    for (;;) {
-        const size_t feed = m_sHeard.find('\n');
-        if (feed != std::string::npos) {
-            const std::string sLine = m_sHeard.substr(0, feed);
-            m_sHeard.erase(0, feed + 1);
-            return sLine;
-        }
-        pollfd wait = {m_fdAnswers, POLLIN, 0};
-        char buffer[4096];
-        const bool bReady = poll(&wait, 1, MillisecondsUntil(end)) > 0;
-        const ssize_t n = bReady ? read(m_fdAnswers, buffer, sizeof buffer) : 0;
-        if (n <= 0) {
-            ADD_FAILURE() << "process " << m_nId << (bReady ? " has ended" : " does not answer") << ": "
-                          << m_sHeard;
-            return std::string();
-        }
-        m_sHeard.append(buffer, static_cast<size_t>(n));
-    }
-}
-
-std::string ChildProcess::Ask(const std::string& sLine, int iMilliseconds)
-{
-    Say(sLine);
-    return Hear(iMilliseconds);
+    pollfd wait = {m_pSystem->fdAnswers, POLLIN, 0};
+    char buffer[4096];
+    const ssize_t n =
+        poll(&wait, 1, iMilliseconds) > 0 ? read(m_pSystem->fdAnswers, buffer, sizeof buffer) : 0;
+    psBytes->assign(buffer, n > 0 ? static_cast<size_t>(n) : 0);
+    return n > 0;
 }
 
 int ChildProcess::Wait(int iMilliseconds)
 {
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(iMilliseconds);
-    while (!m_bEnded) {
-        m_bEnded = waitpid(static_cast<pid_t>(m_nId), &m_iStatus, WNOHANG) != 0;
-        if (!m_bEnded && MillisecondsUntil(end) == 0)
-            return -1;
-        if (!m_bEnded)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return WIFSIGNALED(m_iStatus) ? 128 + WTERMSIG(m_iStatus) : WEXITSTATUS(m_iStatus);
+    System& system = *m_pSystem;
+    const auto hasEnded = [&] {
+        system.bEnded = system.bEnded || waitpid(static_cast<pid_t>(m_nId), &system.iStatus, WNOHANG) != 0;
+        return system.bEnded;
+    };
+    if (!Eventually(hasEnded, iMilliseconds))
+        return -1;
+    return WIFSIGNALED(system.iStatus) ? 128 + WTERMSIG(system.iStatus) : WEXITSTATUS(system.iStatus);
 }
 
 void ChildProcess::Kill(unsigned int nId) { kill(static_cast<pid_t>(nId), SIGKILL); }
@@ -156,29 +132,17 @@ bool ChildProcess::Runs(unsigned int nId)
     return n == 1 && cState != 'Z' && cState != 'X';
 }
 
-bool ChildProcess::WaitForEnd(unsigned int nId, int iMilliseconds)
+TestRegistry::TestRegistry(const std::string& sFolder)
 {
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(iMilliseconds);
-    while (Runs(nId)) {
-        if (MillisecondsUntil(end) == 0)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    for (const auto& variable : Variables(sFolder))
+        setenv(variable.first.c_str(), variable.second.c_str(), 1);
 }
 
-TestFolder::TestFolder()
-{
-    std::string sName = (std::filesystem::temp_directory_path() / "orvexlogXXXXXX").string();
-    if (mkdtemp(&sName[0]) == nullptr)
-        abort();
-    m_sPath = sName;
-}
+TestRegistry::~TestRegistry() { unsetenv("ORVEX_REGISTRY"); }
 
-TestFolder::~TestFolder()
+ChildProcess::Environment TestRegistry::Variables(const std::string& sFolder)
 {
-    std::error_code error;
-    std::filesystem::remove_all(m_sPath, error);
+    return {{"ORVEX_REGISTRY", sFolder}};
 }
 
 std::string UserName()

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -11,9 +10,6 @@ namespace {
 class LoggingRegistry : public testing::Test
 {
 protected:
-    void SetUp() override { setenv("ORVEX_REGISTRY", m_Folder.Path().c_str(), 1); }
-    void TearDown() override { unsetenv("ORVEX_REGISTRY"); }
-
     static void Set(HKEY hKey, const char* valueName, DWORD dwType, const std::string& sBytes)
     {
         ASSERT_EQ(RegSetValueExA(hKey, valueName, 0, dwType, reinterpret_cast<const BYTE*>(sBytes.data()),
@@ -23,6 +19,7 @@ protected:
 
 private:
     TestFolder m_Folder;
+    TestRegistry m_Registry{m_Folder.Path()};
 };
 
 }  // namespace

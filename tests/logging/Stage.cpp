@@ -4,12 +4,19 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <thread>
 
 namespace fs = std::filesystem;
+
+namespace {
+
+const char STARTED[] = " started, process ";
+
+}  // namespace
 
 const char LOGGING_KEY[] = "HKLM\\Software\\Zelko Systems\\Orvex\\Logging";
 
@@ -28,8 +35,11 @@ std::vector<std::string> ReadLines(const std::string& sFile)
 {
     std::vector<std::string> lines;
     std::ifstream file(sFile, std::ios::binary);
-    for (std::string sLine; std::getline(file, sLine);)
+    for (std::string sLine; std::getline(file, sLine);) {
+        if (!sLine.empty() && sLine.back() == '\r')
+            sLine.pop_back();
         lines.push_back(sLine);
+    }
     return lines;
 }
 
@@ -39,23 +49,23 @@ long long MillisecondsNow()
     return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
-Stage::Stage()
+Stage::Stage() : m_Registry(Path("registry"))
 {
     for (const char* const folder : {"registry", "runtime", "state"})
         fs::create_directory(Path(folder));
     fs::permissions(Path("runtime"), fs::perms::owner_all);
-    m_Environment = {{"ORVEX_REGISTRY", Path("registry")},
-                     {"XDG_RUNTIME_DIR", Path("runtime")},
-                     {"XDG_STATE_HOME", Path("state")},
-                     {"ORVEX_TEST_SERVER_LOG", Path("testserver.log")}};
+    m_Environment = TestRegistry::Variables(Path("registry"));
+    m_Environment.insert({{"XDG_RUNTIME_DIR", Path("runtime")},
+                          {"XDG_STATE_HOME", Path("state")},
+                          {"ORVEX_TEST_SERVER_LOG", Path("testserver.log")}});
 }
 
 Stage::~Stage()
 {
     for (const std::string& sRecord : Records()) {
-        const size_t i = sRecord.find(" started, process ");
+        const size_t i = sRecord.find(STARTED);
         if (i != std::string::npos)
-            ChildProcess::Kill(static_cast<unsigned int>(std::stoul(sRecord.substr(i + 18))));
+            ChildProcess::Kill(static_cast<unsigned int>(std::stoul(sRecord.substr(i + strlen(STARTED)))));
     }
     for (const std::string& sMessage : ReadLines(Path("testserver.log")))
         if (sMessage.compare(0, 8, "process ") == 0)
@@ -90,10 +100,12 @@ void Stage::UseServer(const std::string& sServer)
     SetNumber("TraceServerLinger", 5);
 }
 
-std::string Stage::RealServer() const { return ORVEX_TRACE_SERVER; }
-std::string Stage::TestServer() const { return ORVEX_TEST_SERVER; }
+std::string Stage::RealServer() const { return fs::absolute(ORVEX_TRACE_SERVER).string(); }
+std::string Stage::TestServer() const { return fs::absolute(ORVEX_TEST_SERVER).string(); }
 void Stage::SetTestServer(const std::string& sBehaviour) { m_Environment["ORVEX_TEST_SERVER"] = sBehaviour; }
 std::string Stage::ServerName() const { return "Client." + UserName(); }
+
+std::string Stage::ClientName() { return fs::path(ORVEX_TRACE_CLIENT).filename().string(); }
 
 std::unique_ptr<ChildProcess> Stage::Start(const std::string& sName, const std::vector<std::string>& command,
                                            ChildProcess::Rights rights)
@@ -169,22 +181,49 @@ bool Stage::WaitForRecord(const std::string& sText, int iMilliseconds) const
         iMilliseconds);
 }
 
+std::vector<std::string> Stage::RecordsOfLatestServer() const
+{
+    std::vector<std::string> records;
+    for (const std::string& sFile : RecordFiles()) {
+        std::vector<std::string> lines = ReadLines(sFile);
+        size_t i = lines.size();
+        while (i > 0 && lines[i - 1].find(STARTED) == std::string::npos)
+            --i;
+        records.insert(records.begin(), lines.begin() + static_cast<std::ptrdiff_t>(i == 0 ? 0 : i - 1),
+                       lines.end());
+        if (i != 0)
+            return records;
+    }
+    return {};
+}
+
+unsigned long long Stage::RecordBytes() const
+{
+    unsigned long long nBytes = 0;
+    for (const std::string& sFile : RecordFiles()) {
+        std::error_code error;
+        const auto nFile = fs::file_size(sFile, error);
+        nBytes += error ? 0 : nFile;
+    }
+    return nBytes;
+}
+
 unsigned int Stage::ServerId() const
 {
-    const auto lastBehind = [](const std::vector<std::string>& lines, const std::string& sFront) {
-        unsigned int nId = 0;
-        for (const std::string& sLine : lines) {
-            const size_t i = sLine.find(sFront);
-            if (i != std::string::npos)
-                nId = static_cast<unsigned int>(std::stoul(sLine.substr(i + sFront.size())));
-        }
-        return nId;
+    const auto numberBehind = [](const std::string& sLine, const std::string& sFront) {
+        const size_t i = sLine.find(sFront);
+        return i == std::string::npos
+                   ? 0
+                   : static_cast<unsigned int>(std::stoul(sLine.substr(i + sFront.size())));
     };
-    unsigned int nId = lastBehind(ReadLines(Path("testserver.log")), "process ");
-    for (const std::string& sFile : RecordFiles())
-        if (nId == 0)
-            nId = lastBehind(ReadLines(sFile), " started, process ");
-    return nId;
+    unsigned int nTestServer = 0;
+    for (const std::string& sLine : ReadLines(Path("testserver.log")))
+        if (sLine.compare(0, 8, "process ") == 0)
+            nTestServer = numberBehind(sLine, "process ");
+    if (nTestServer != 0)
+        return nTestServer;
+    const std::vector<std::string> records = RecordsOfLatestServer();
+    return records.empty() ? 0 : numberBehind(records[0], STARTED);
 }
 
 unsigned int Stage::WaitForServer(unsigned int nNotThisId, int iMilliseconds) const
@@ -197,13 +236,11 @@ unsigned int Stage::WaitForLink(unsigned int nNotThisId, int iMilliseconds) cons
 {
     const long long llEnd = MillisecondsNow() + iMilliseconds;
     const unsigned int nId = WaitForServer(nNotThisId, iMilliseconds);
-    const std::string sStarted = " started, process " + std::to_string(nId);
     const auto isLinked = [&] {
-        bool bLinked = false;
-        for (const std::string& sRecord : Records())
-            bLinked = sRecord.find(sStarted) == std::string::npos &&
-                      (bLinked || (sRecord.find(" registered") != std::string::npos));
-        return bLinked;
+        for (const std::string& sRecord : RecordsOfLatestServer())
+            if (sRecord.find(" registered") != std::string::npos)
+                return true;
+        return false;
     };
     EXPECT_TRUE(Eventually(isLinked, static_cast<int>(llEnd - MillisecondsNow())));
     return nId;

@@ -51,6 +51,7 @@ public:
 
     // Of orvextraceserver: all records, oldest first, over the files as they were cut.
     std::vector<std::string> Records() const;
+    unsigned long long RecordBytes() const;
     bool WaitForRecord(const std::string& sText, int iMilliseconds = 10000) const;
     // Of the server started last, a test server if there were any; 0 while there is none.
     unsigned int ServerId() const;
@@ -62,11 +63,14 @@ public:
     std::vector<std::string> Messages() const;
 
     std::string ServerName() const;
+    static std::string ClientName();  // as it stands in its identity
     std::string Path(const std::string& sName) const { return m_Folder.Path() + '/' + sName; }
 
 private:
     std::vector<std::string> RecordFiles() const;  // latest first
+    std::vector<std::string> RecordsOfLatestServer() const;
 
     TestFolder m_Folder;
+    TestRegistry m_Registry;
     ChildProcess::Environment m_Environment;
 };

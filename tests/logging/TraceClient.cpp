@@ -10,6 +10,7 @@
 //     null MASK                  a null text to the writer    traced RESULT MS
 //     wrap MASK LENGTH TEXT      by TraceMultiline            traced RESULT MS
 //     mask                                                    mask 0xMASK
+//     thread                                                  thread ID of the one that traces
 //     lines THREADS COUNT PAUSE  starts the threads           started
 //     enough                     ends them early              enough
 //     join                       waits for them               joined TRACED TAKEN LONGEST-MS
@@ -20,12 +21,11 @@
 // A numbered line is "line THREAD NUMBER", from 1. COUNT 0: until enough. PAUSE: in microseconds, between
 // lines.
 #include "logging/LogWrapper.h"
-#include "platform/Faults.h"
+#include "tests/logging/ClientSystem.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <iostream>
 #include <list>
 #include <mutex>
@@ -147,6 +147,8 @@ void Do(const std::string& sCommand, std::istringstream& words)
         fprintf(stderr, "traced %d %lld\n", iResult, Now() - llStart);
     } else if (sCommand == "mask") {
         fprintf(stderr, "mask 0x%x\n", g_pLog->GetTraceMask());
+    } else if (sCommand == "thread") {
+        fprintf(stderr, "thread %u\n", static_cast<unsigned int>(GetCurrentThreadId()));
     } else if (sCommand == "lines") {
         int iThreads = 0;
         long long llCount = 0;
@@ -165,14 +167,9 @@ void Do(const std::string& sCommand, std::istringstream& words)
         Churn(iThreads, iCount, rest());
         fprintf(stderr, "churned\n");
     } else if (sCommand == "cpu") {
-        fprintf(stderr, "cpu %ld\n", static_cast<long>(clock() / (CLOCKS_PER_SEC / 1000)));
+        fprintf(stderr, "cpu %ld\n", ProcessorMilliseconds());
     } else if (sCommand == "fault") {
-        // The names are kept: Faults does not copy them.
-        static std::list<std::string> names;
-        int n = 0, iError = 0, iTimes = 0;
-        names.emplace_back();
-        words >> names.back() >> n >> iError >> iTimes;
-        Faults::Fail(names.back().c_str(), n, iError, iTimes);
+        Fault(words);
         fprintf(stderr, "fault\n");
     } else {
         fprintf(stderr, "unknown %s\n", sCommand.c_str());
