@@ -46,6 +46,7 @@ int _vsnprintf(char* buffer, std::size_t count, const char* format, va_list args
     const int n = vsnprintf(buffer, count, format, args);
     if (n >= 0 && static_cast<std::size_t>(n) >= count) {
         std::string sAll(static_cast<std::size_t>(n) + 1, '\0');
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is a copy
         vsnprintf(&sAll[0], sAll.size(), format, again);
         sAll.copy(buffer, count);
     }
