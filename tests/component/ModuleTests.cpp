@@ -7,12 +7,6 @@
 
 namespace {
 
-std::string GuidText(REFGUID guid)
-{
-    OLECHAR sz[40];
-    return Narrow(sz, static_cast<UINT>(StringFromGUID2(guid, sz, 40) - 1));
-}
-
 // A key with everything below it, a line a value.
 std::string Snapshot(HKEY hParent, const std::string& sName, const std::string& sIndent = "")
 {

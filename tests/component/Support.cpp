@@ -132,6 +132,12 @@ Variant Number(int i) { return Variant::Of(VT_I4, i); }
 Variant Short(int i) { return Variant::Of(VT_I2, i); }
 Variant Bool(int i) { return Variant::Of(VT_BOOL, i); }
 
+std::string GuidText(REFGUID guid)
+{
+    OLECHAR sz[40];
+    return Narrow(sz, static_cast<UINT>(StringFromGUID2(guid, sz, 40) - 1));
+}
+
 std::string ToText(BSTR bstr)
 {
     if (bstr == nullptr)

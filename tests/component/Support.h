@@ -80,6 +80,7 @@ Variant Short(int i);   // VT_I2
 Variant Bool(int i);    // VT_BOOL with any content
 
 std::string ToText(BSTR bstr);  // UTF-8
+std::string GuidText(REFGUID guid);
 
 // By number or text; the tests' own way in and out, early bound.
 bool Add(IArguments* p, const OLECHAR* key, VARIANT value);

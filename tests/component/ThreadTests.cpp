@@ -1,4 +1,5 @@
-// Threads with objects of their own over one shared container.
+// Threads with objects of their own over one shared container, one in a single-threaded apartment and one in
+// the multi-threaded apartment.
 #include "tests/component/Support.h"
 
 namespace {
@@ -28,6 +29,12 @@ void Round(Work* pWork, int iRound)
     expect(p->GetValueString(&shared, &read) == S_OK && ToText(read) == "a text of some length");
     Ref<IArg> pArg;
     expect(p->GetValue(&own, pArg.Out()) == S_OK && pArg->GetValueInt(&i) == S_OK && i == iRound);
+    // Made in this apartment; only an object itself is taken as a value, a proxy is not.
+    Ref<IArguments> pMade = NewArguments(), pBack;
+    Variant made = Variant::Object(pMade.Get());
+    expect(p->SetValue(&own, &made, &b) == S_OK && b == VARIANT_TRUE);
+    expect(pMade->AddItem(&own, &number, &b) == S_OK && b == VARIANT_TRUE);
+    expect(p->GetValueArray(&own, pBack.Out()) == S_OK && Count(pBack.Get()) == 1);
     expect(p->RemoveItem(&own, &b) == S_OK && b == VARIANT_TRUE);
     OLECHAR name[] = OLESTR("NumElements");
     LPOLESTR psz = name;
@@ -43,14 +50,15 @@ void Round(Work* pWork, int iRound)
 unsigned int __stdcall ThreadMain(void* pv)
 {
     Work* pWork = static_cast<Work*>(pv);
-    pWork->nFailures += FAILED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+    const DWORD dwApartment = pWork->iThread == 0 ? COINIT_APARTMENTTHREADED : COINIT_MULTITHREADED;
+    pWork->nFailures += CoInitializeEx(nullptr, dwApartment) != S_OK;
     for (int i = 0; i < ROUNDS; ++i)
         Round(pWork, i);
     CoUninitialize();
     return 0;
 }
 
-TEST(ComponentThread, TwoObjectsOverOneContainer)
+TEST(ComponentThread, TwoApartmentsOverOneContainer)
 {
     const Ref<IArguments> pParent = NewArguments(), pChild = NewArguments();
     EXPECT_TRUE(Add(pParent.Get(), OLESTR("child"), Variant::Object(pChild.Get())));
