@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 export LC_ALL=C
 
-scripts/setup.sh
+scripts/setup.sh build
 echo "building build/release/orvexargs"
 mkdir -p build
 if ! { cmake --preset release && cmake --build --preset release --target orvexargs; } >build/demo.log 2>&1; then

@@ -1,17 +1,22 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and is not there yet: Debian 12, as root or with sudo.
+#
+#   scripts/setup.sh [build]      with build only what the Linux programs are built with
 set -euo pipefail
 
 packages=(
-    cmake ninja-build g++                  # the build
+    cmake ninja-build g++ git              # the build
     libcli11-dev nlohmann-json3-dev        # the tools
     libgtest-dev libbenchmark-dev libspdlog-dev  # tests, benchmarks
+)
+if [ "${1:-all}" = all ]; then packages+=(
     clang libclang-rt-dev                  # fuzz targets
     clang-format clang-tidy                # checks of the sources
     g++-mingw-w64-x86-64 g++-mingw-w64-i686 mingw-w64-tools libwine-dev faketime  # the Windows programs
     googletest wine64 icoutils             # and their tests
-    git
-)
+    qemu-system-x86 mmdebstrap e2fsprogs kmod cpio zstd binutils-mingw-w64-i686  # the machine for 32-bit programs
+    dpkg-dev pkg-config wixl msitools zip unzip  # the packages
+); fi
 
 is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

@@ -100,7 +100,7 @@ TEST_F(ComRuntime, CreationsThatFail)
 {
     Probe outer;
     EXPECT_EQ(ResultOf(CLSID_Nobody), REGDB_E_CLASSNOTREG);
-    EXPECT_EQ(ResultOf(CLSID_Probe, CLSCTX_LOCAL_SERVER), REGDB_E_CLASSNOTREG);
+    EXPECT_TRUE(FAILED(ResultOf(CLSID_Probe, CLSCTX_LOCAL_SERVER)));  // in words that differ by system
     EXPECT_EQ(ResultOf(CLSID_Probe, CLSCTX_ALL, IID_ISupportErrorInfo), E_NOINTERFACE);
     EXPECT_EQ(ResultOf(CLSID_Probe, CLSCTX_ALL, IID_IUnknown, &outer), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(CoCreateInstance(CLSID_Probe, nullptr, CLSCTX_ALL, IID_IUnknown, nullptr), E_POINTER);
@@ -291,7 +291,8 @@ TEST(TypeLibRegistry, RegisteredFoundAndGoneAgain)
     EXPECT_EQ(pLibrary->Release(), 0u);
 
     EXPECT_EQ(ReadText(std::string(PROBE_LIBRARY) + "\\2.3"), "A library for tests");
-    EXPECT_EQ(ReadText(std::string(PROBE_LIBRARY) + "\\2.3\\409\\win64"), ORVEX_PROBE_MODULE);
+    EXPECT_EQ(ReadText(std::string(PROBE_LIBRARY) + "\\2.3\\409\\win" + std::to_string(8 * sizeof(void*))),
+              ORVEX_PROBE_MODULE);
     EXPECT_EQ(ReadText(PROBE_INTERFACE), "IProbe");
     EXPECT_EQ(ReadText(std::string(PROBE_INTERFACE) + "\\TypeLib"), "{5B1C36A0-3B2F-4D5E-9A70-6E1C0C9D1E01}");
     EXPECT_EQ(ReadText(std::string(PROBE_INTERFACE) + "\\TypeLib", "Version"), "2.3");

@@ -9,7 +9,7 @@ cd "$(dirname "$0")/../.."
 here=$(realpath "$2")/orvexargs
 messages=$PWD/examples/messages.txt
 work=$(realpath "$(mktemp -d -p "$1")")
-trap 'cd /; rm -rf "$work"; timeout 20 /usr/lib/wine/wineserver64 -k 2>/dev/null || true' EXIT
+trap 'cd /; rm -rf "$work"; end_wine' EXIT
 cp "$1/orvexargs.exe" "$work"
 cd "$work"
 
