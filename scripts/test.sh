@@ -141,5 +141,10 @@ step windows-tests "All unit tests as Windows programs, under Wine" test_windows
 step windows-logging "Logger and trace server on Windows, killed and stuck as on Linux" test_windows_logging
 step windows-component "Registration and script clients on Windows" tests/windows/component_test.sh build/windows-x64
 step windows-bytes "orvexargs on Windows and on Linux" tests/windows/same_bytes_test.sh build/windows-x64 build/release
+step windows32-image "An emulated machine for 32-bit Windows programs" scripts/windows32/build-image.sh
+step windows32 "Unit tests, trace server, registration and clients as 32-bit programs" tests/windows/guest_test.sh build/windows-x86
+step packages "Packages" scripts/package.sh
+step packages-linux "Examples built against the Debian package" tests/package_test.sh
+step packages-windows "Installation, a client and removal on Windows" tests/windows/package_test.sh build/windows-x64
 step demo "Demonstration" scripts/demo.sh
 echo "All passed in $SECONDS s"
