@@ -16,5 +16,7 @@ if [ ! -f "$WINEPREFIX/ready" ]; then
     # The script host registers what it needs when it first runs.
     (cd "$WINEPREFIX" && echo 'WScript.Echo("ready")' | tee first.vbs >first.js &&
         wine cscript //nologo first.vbs && wine cscript //nologo first.js) >/dev/null
+    # What started with the prefix knows nothing of that yet: windows come only with a new server.
+    timeout 60 /usr/lib/wine/wineserver64 -w || end_wine
     touch "$WINEPREFIX/ready"
 fi
