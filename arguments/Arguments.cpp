@@ -3,9 +3,19 @@
 
 #include "arguments/Found.h"
 #include "failures/OrvexException.h"
+#include "values/Nesting.h"
 
 #include <utility>
 #include <vector>
+
+namespace {
+
+// Containers are destroyed within one another only so deep. Those further in wait until the thread is back
+// out, so the stack that a destruction takes does not grow with the nesting.
+thread_local int t_nDestroying = 0;
+thread_local Arguments* t_pWaiting = nullptr;
+
+}  // namespace
 
 Arguments* Arguments::CreateInstance() { return new Arguments; }
 
@@ -18,7 +28,7 @@ bool Arguments::CreateInstance(Arguments** ppArgs)
 }
 
 // The second reference to the logger is part of its count, as is the first: neither is given back.
-Arguments::Arguments()
+Arguments::Arguments() : m_pNextWaiting(nullptr)
 {
     m_pLogger = LogWrapper::InstanceForGood();
     SetType(ARG_ARGARRAY);
@@ -29,6 +39,31 @@ Arguments::~Arguments()
 {
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::~Arguments()", this);
     Clear();
+}
+
+long Arguments::Release()
+{
+    const long n = GiveBack();
+    if (n == 0)
+        Destroy();
+    return n;
+}
+
+void Arguments::Destroy()
+{
+    if (t_nDestroying == NestingLevel::MOST) {
+        m_pNextWaiting = t_pWaiting;
+        t_pWaiting = this;
+        return;
+    }
+    ++t_nDestroying;
+    delete this;
+    while (t_nDestroying == 1 && t_pWaiting != nullptr) {
+        Arguments* pNext = t_pWaiting;
+        t_pWaiting = pNext->m_pNextWaiting;
+        delete pNext;
+    }
+    --t_nDestroying;
 }
 
 int Arguments::GetClassID() { return CLASS_ID_ARGUMENTS; }

@@ -35,6 +35,8 @@ public:
     Arguments();
     ~Arguments() override;
 
+    long Release() override;
+
     // A deep copy with a count of 1: nothing is shared at any depth. COrvexException for an entry whose key
     // has no text, and for nesting deeper than 100 levels.
     Arg* Clone() override;
@@ -283,6 +285,8 @@ public:
     std::string FormatArg(std::string key, Arg* pArg);
 
 private:
+    void Destroy();
+
     class Found;  // lock held, key resolved, value found or null
     class Made;   // the same, the entry made if it is missing
 
@@ -315,5 +319,6 @@ private:
     static COrvexException NotFound(const char* operation, const std::string& key);
     static COrvexException NotFound(const char* operation, enum_Keywords eKey);
 
-    EntryTable m_entries;  // owns one reference to each value
+    EntryTable m_entries;       // owns one reference to each value
+    Arguments* m_pNextWaiting;  // used when the last reference has gone
 };

@@ -228,6 +228,20 @@ TEST_F(ArgumentsTest, ValuesAreSharedAndChangedInPlace)
     EXPECT_EQ(m_args->NumElements(), 0);
 }
 
+TEST_F(ArgumentsTest, AnyDepthIsGivenBackOnASmallStack)
+{
+    const ArgumentsHolder pInnermost(Arguments::CreateInstance());
+    pInnermost->AddRef();
+    ArgumentsHolder pOuter(pInnermost.get());
+    for (int i = 0; i < 200000; ++i) {
+        ArgumentsHolder pNext(Arguments::CreateInstance());
+        ASSERT_TRUE(pNext->AddItem("inner", pOuter.get()));
+        pOuter = std::move(pNext);
+    }
+    pOuter.reset();
+    EXPECT_EQ(CountOf(*pInnermost), 1);
+}
+
 TEST_F(ArgumentsTest, InitializeKeepsTheReferences)
 {
     const ArgHolder arg(Arg::Create());

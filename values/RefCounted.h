@@ -16,11 +16,14 @@ public:
     virtual long AddRef() { return InterlockedIncrement(&m_refCount); }
     virtual long Release()
     {
-        const LONG n = InterlockedDecrement(&m_refCount);
+        const LONG n = GiveBack();
         if (n == 0)
             delete this;
         return n;
     }
+
+protected:
+    LONG GiveBack() { return InterlockedDecrement(&m_refCount); }
 
 private:
     LONG m_refCount;
