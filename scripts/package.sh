@@ -3,7 +3,7 @@
 # information for 64-bit and for 32-bit Windows.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-version=7.0.0
+version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || echo 946684800)
 export SOURCE_DATE_EPOCH
 scripts/setup.sh
@@ -38,6 +38,9 @@ stage_windows() {
     find "$folder" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
 }
 
+# The installer's identity: its own for each version and width.
+product() { sha1sum <<<"$1" | sed -E 's/^(.{8})(.{4}).(.{3}).(.{3})(.{12}).*/\U\1-\2-5\3-8\4-\5/'; }
+
 package_windows() {
     local preset=$1 width=$2 platform=$3
     local name=orvexarguments-$version-win$width
@@ -45,7 +48,7 @@ package_windows() {
     stage_windows "$preset" "$width" "build/$name"
     (cd build && find "$name" -type f | LC_ALL=C sort | zip -q -X "../dist/$name.zip" -@)
     (cd "build/$preset" && zip -q -X "$OLDPWD/dist/$name-debug.zip" OrVexComArguments.dll.debug orvexargs.exe.debug orvextraceserver.exe.debug)
-    wixl -a "$platform" -D "Version=$version" -D "Width=$width" -D "Folder=build/$name" \
+    wixl -a "$platform" -D "Version=$version" -D "Width=$width" -D "Product=$(product "$name")" -D "Folder=build/$name" \
         -o "dist/$name.msi" packaging/windows/orvexarguments.wxs
 }
 
