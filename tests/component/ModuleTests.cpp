@@ -7,10 +7,17 @@
 
 namespace {
 
-// A key with everything below it, a line a value.
+bool IsOfATest(const std::string& sName)
+{
+    return sName.find("{E06D99") == 0 || sName.find("{00000000-1111") == 0;
+}
+
+// A key with everything below it, a line a value; of the many classes of others the names.
 std::string Snapshot(HKEY hParent, const std::string& sName, const std::string& sIndent = "")
 {
     HKEY hKey = nullptr;
+    if (sName[0] == '{' && sIndent.size() == 4 && !IsOfATest(sName))
+        return sIndent + "[" + sName + "]\n";
     if (RegOpenKeyExA(hParent, sName.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
         return "";
     std::string s = sIndent + "[" + sName + "]\n";
@@ -221,8 +228,8 @@ TEST(Module, ScriptsAreReadWholeBeforeAnythingIsDone)
          }) {
         EXPECT_EQ(registrar.Register(script), E_FAIL) << script;
         EXPECT_EQ(registrar.Unregister(script), E_FAIL) << script;
-        EXPECT_EQ(Snapshot(), sBefore) << script;
     }
+    EXPECT_EQ(Snapshot(), sBefore);
     std::string sDeep = "HKCR ";
     for (int i = 0; i < 100000; ++i)
         sDeep += "{ A ";
