@@ -1,7 +1,7 @@
 // The operating system as the code above sees it: Win32, as far as it is called.
 //
 // This is the one include for everything the system offers, and the only file that asks which system it is
-// on. On Windows it is the real headers, less the macros that would eat our names. On Linux it is the
+// on. On Windows it is the real headers, less a macro that would eat our names. On Linux it is the
 // stand-ins of this folder: the same names, types, widths, results and last errors.
 #pragma once
 
@@ -28,7 +28,16 @@
 #include <tchar.h>
 #include <time.h>
 
+// A macro that would eat our names; as a function it is still there for a client's message loop.
 #undef GetMessage
+inline BOOL WINAPI GetMessage(LPMSG pMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax)
+{
+#ifdef UNICODE
+    return GetMessageW(pMsg, hWnd, wMsgFilterMin, wMsgFilterMax);
+#else
+    return GetMessageA(pMsg, hWnd, wMsgFilterMin, wMsgFilterMax);
+#endif
+}
 
 #else
 
