@@ -60,6 +60,7 @@ void Arguments::Destroy()
     delete this;
     while (t_nDestroying == 1 && t_pWaiting != nullptr) {
         Arguments* pNext = t_pWaiting;
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): what waits has not been deleted
         t_pWaiting = pNext->m_pNextWaiting;
         delete pNext;
     }
