@@ -84,10 +84,11 @@ void Arguments::Clear()
 {
     ORVEX_TRACE(m_pLogger, TRACE_ENTRY, "Arguments(%p)::Clear()", this);
     ScopedLock lock(&m_lock);
-    for (std::size_t i = 1; i <= m_entries.Size(); ++i) {
-        Arg* pArg = m_entries.At(i).pArg;
+    for (std::size_t i = 0; i < m_entries.Places().size(); ++i) {
+        Arg* pArg = m_entries.Places()[i].pArg;
         try {
-            pArg->Release();
+            if (pArg != nullptr)
+                pArg->Release();
         } catch (...) {
             ORVEX_TRACE(m_pLogger, TRACE_ERROR,
                         "Arguments(%p)::Clear(). Encountered exception releasing Arg 0x%p.", this, pArg);

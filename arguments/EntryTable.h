@@ -56,6 +56,9 @@ public:
     void Remove(Entry* pEntry);
     void Clear();
 
+    // All entries in no order, free places among them.
+    const std::vector<Entry>& Places() const { return m_entries; }
+
     // The entry at a position from 1 to Size().
     Entry& At(std::size_t position)
     {
