@@ -54,29 +54,15 @@ public:
     std::unique_ptr<Variant> m_result;
 };
 
-const OLECHAR* const ARG_METHODS[] = {
-    OLESTR("SetValue"),       OLESTR("GetClassID"),    OLESTR("GetValue"),     OLESTR("GetValueInt"),
-    OLESTR("GetValueString"), OLESTR("GetValueArray"), OLESTR("GetValueBool"), OLESTR("GetType"),
-    OLESTR("DumpArg"),        OLESTR("Clone")};
-
-const OLECHAR* const ARGUMENTS_METHODS[] = {
-    OLESTR("AddItem"),        OLESTR("RemoveItem"),    OLESTR("IsValid"),       OLESTR("SetElement"),
-    OLESTR("SetValue"),       OLESTR("GetElement"),    OLESTR("GetElementKey"), OLESTR("GetValue"),
-    OLESTR("NumElements"),    OLESTR("GetClassID"),    OLESTR("DumpArgs"),      OLESTR("GetValueInt"),
-    OLESTR("GetValueString"), OLESTR("GetValueArray"), OLESTR("GetValueBool"),  OLESTR("Clone"),
-    OLESTR("Clear"),          OLESTR("Initialize")};
-
 Variant Text(const OLECHAR* psz) { return Variant::Text(psz); }
 
-TEST(Invoke, MethodsAreNumberedInTheirOrder)
+TEST(Invoke, NamesAreThoseOfTheObjectsOwnInterface)
 {
     const Ref<IArg> pArg = NewArg();
     const Ref<IArguments> pArguments = NewArguments();
     Late arg(pArg.Get()), arguments(pArguments.Get());
-    for (DISPID id = 1; id <= 10; ++id)
-        EXPECT_EQ(arg.IdOf(ARG_METHODS[id - 1]), id);
-    for (DISPID id = 1; id <= 18; ++id)
-        EXPECT_EQ(arguments.IdOf(ARGUMENTS_METHODS[id - 1]), id);
+    EXPECT_EQ(arg.IdOf(OLESTR("SetValue")), 1);
+    EXPECT_EQ(arguments.IdOf(OLESTR("SetValue")), 5);
     EXPECT_EQ(arguments.IdOf(OLESTR("additem")), 1);
     EXPECT_EQ(arguments.IdOf(OLESTR("Pack")), DISPID_UNKNOWN);
     EXPECT_EQ(arguments.m_hr, DISP_E_UNKNOWNNAME);

@@ -30,12 +30,6 @@ HRESULT Load(const std::string& sText)
     return hr;
 }
 
-TEST(TypeLibText, BothDefinitionsOfThisTreeLoad)
-{
-    EXPECT_EQ(Load(ReadFile(ORVEX_PROBE_LIBRARY)), S_OK);
-    EXPECT_EQ(Load(ReadFile(ORVEX_COMPONENT_LIBRARY)), S_OK);
-}
-
 // Cut anywhere, a text is refused; nothing is read past its end.
 TEST(TypeLibText, CutAnywhereIsRefused)
 {
